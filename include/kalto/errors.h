@@ -1,0 +1,66 @@
+/* Error numbers. The library reports POSIX numbers under the conventional names, so that a ported comparison
+ * does the right thing; the registry's own codes keep their conventional values. */
+#ifndef KALTO_ERRORS_H
+#define KALTO_ERRORS_H
+
+#include <errno.h>
+#include <kalto/types.h>
+
+#define NO_ERROR 0
+#define ERROR_SUCCESS 0
+
+/* Named by the calls of the library itself. */
+#define ERROR_FILE_NOT_FOUND 2        /* ENOENT; the registry: no such key or value */
+#define ERROR_NO_MORE_ITEMS 2         /* the registry: end of an enumeration */
+#define ERROR_ACCESS_DENIED 13        /* EACCES */
+#define ERROR_GEN_FAILURE 19          /* whatever has no better name */
+#define ERROR_INVALID_PARAMETER 22    /* EINVAL */
+#define ERROR_INSUFFICIENT_BUFFER 36  /* a text does not fit the caller's buffer */
+#define ERROR_MORE_DATA 90            /* the registry: data does not fit the caller's buffer */
+#define ERROR_REGISTRY_IO_FAILED 1016 /* the registry file cannot be used, or a text cannot be expressed */
+#define ERROR_KEY_DELETED 1018        /* the opened key was deleted */
+
+/* Named by the hooks of the host: the POSIX error of that meaning. */
+#define ERROR_PATH_NOT_FOUND ENOTDIR
+#define ERROR_TOO_MANY_OPEN_FILES EMFILE
+#define ERROR_INVALID_HANDLE EBADF
+#define ERROR_NOT_ENOUGH_MEMORY ENOMEM
+#define ERROR_OUTOFMEMORY ENOMEM
+#define ERROR_NOT_SAME_DEVICE EXDEV
+#define ERROR_WRITE_PROTECT EROFS
+#define ERROR_WRITE_FAULT EIO
+#define ERROR_READ_FAULT EIO
+#define ERROR_IO_DEVICE EIO
+#define ERROR_SHARING_VIOLATION EBUSY
+#define ERROR_LOCK_VIOLATION EDEADLK
+#define ERROR_BUSY EBUSY
+#define ERROR_FILE_EXISTS EEXIST
+#define ERROR_ALREADY_EXISTS EEXIST
+#define ERROR_DISK_FULL ENOSPC
+#define ERROR_HANDLE_DISK_FULL ENOSPC
+#define ERROR_DIR_NOT_EMPTY ENOTEMPTY
+#define ERROR_NOT_SUPPORTED EOPNOTSUPP
+#define ERROR_CALL_NOT_IMPLEMENTED ENOSYS
+#define ERROR_INVALID_NAME EILSEQ
+#define ERROR_BAD_PATHNAME ELOOP
+#define ERROR_FILENAME_EXCED_RANGE ENAMETOOLONG
+#define ERROR_NOT_READY EAGAIN
+#define ERROR_BROKEN_PIPE EPIPE
+#define ERROR_OPERATION_ABORTED ECANCELED
+#define ERROR_TIMEOUT ETIMEDOUT
+#define ERROR_PRIVILEGE_NOT_HELD EPERM
+
+/* COM style results. */
+#define S_OK KALTO_CAST(HRESULT, 0)
+#define S_FALSE KALTO_CAST(HRESULT, 1)
+#define E_NOTIMPL KALTO_CAST(HRESULT, 0x80004001u)
+#define E_POINTER KALTO_CAST(HRESULT, 0x80004003u)
+#define E_FAIL KALTO_CAST(HRESULT, 0x80004005u)
+#define E_UNEXPECTED KALTO_CAST(HRESULT, 0x8000FFFFu)
+#define E_ACCESSDENIED KALTO_CAST(HRESULT, 0x80070005u)
+#define E_OUTOFMEMORY KALTO_CAST(HRESULT, 0x8007000Eu)
+#define E_INVALIDARG KALTO_CAST(HRESULT, 0x80070057u)
+#define SUCCEEDED(result) (KALTO_CAST(HRESULT, (result)) >= 0)
+#define FAILED(result) (KALTO_CAST(HRESULT, (result)) < 0)
+
+#endif

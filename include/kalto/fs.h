@@ -1,0 +1,6 @@
+#ifndef KALTO_FS_H
+#define KALTO_FS_H
+
+#include <kalto/types.h>
+
+#endif
