@@ -1,0 +1,22 @@
+// Conversions of whole texts between the wide form and the encoding of the current locale, for the other
+// folders.
+#ifndef KALTO_TEXT_CONVERT_H
+#define KALTO_TEXT_CONVERT_H
+
+#include <string>
+
+namespace kalto {
+
+// Each converts the whole text, whatever its length: nothing is ever cut. False when the text cannot be
+// expressed in the target form (errno is EILSEQ) or memory is out (ENOMEM); out is then empty. A null text
+// counts as an empty one. Never throws. Safe to call from any thread as long as no thread changes the locale.
+bool to_narrow(const wchar_t* wide, std::string& out);
+bool to_wide(const char* narrow, std::wstring& out);
+
+// to_narrow with every backslash turned into a slash: what the system gets to see of a path. The turning is
+// done on the wide text, because in some encodings a byte of another character looks like a backslash.
+bool to_path(const wchar_t* wide, std::string& out);
+
+} // namespace kalto
+
+#endif
