@@ -12,6 +12,12 @@
 
 KALTO_BEGIN_DECLS
 
+/* ---- Local memory ---- */
+
+/* Releases a block from the C library's allocator; null is accepted. Returns null, always: there is no
+ * failure to report. */
+KALTO_API HLOCAL LocalFree(HLOCAL hMem);
+
 /* ---- Time and date ---- */
 
 typedef struct _SYSTEMTIME {
