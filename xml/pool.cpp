@@ -1,0 +1,89 @@
+// The pools that every record and string of a document is carved from.
+//
+// Invariants:
+// 1. A block's nUsed never exceeds its nSize; the bytes below nUsed are handed out, each once.
+// 2. A block's data keeps the alignment of a record: the header is a multiple of the pointer size, and the
+//    object pool is only asked for such multiples. Strings take their exact length.
+#include "xml/records.h"
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <kalto/xml.h>
+
+using kalto::pool_data;
+
+CVurlMemPool* CVurlMemPool::Create(unsigned n) {
+    constexpr unsigned kUnit = 256;
+    if (n > UINT_MAX - (kUnit - 1) || n > SIZE_MAX - sizeof(CVurlMemPool) - kUnit)
+        return nullptr;
+    const unsigned size = (n + kUnit - 1) & ~(kUnit - 1);
+    auto* block = static_cast<CVurlMemPool*>(std::malloc(sizeof(CVurlMemPool) + size));
+    if (block == nullptr)
+        return nullptr;
+    block->nSize = size;
+    block->nUsed = 0;
+    block->pNext = nullptr;
+    return block;
+}
+
+unsigned CVurlMemPool::Remaining() const {
+    return nSize - nUsed;
+}
+
+namespace {
+
+// Deliberate: half the only block, later 1.5 times the newest one. The first block of a document holds its
+// text exactly, so the next one need not be as large.
+unsigned next_block_size(const CVurlMemPool* head) {
+    if (head == nullptr)
+        return 256;
+    if (head->pNext == nullptr)
+        return head->nSize / 2;
+    return head->nSize * 3 / 2;
+}
+
+char* carve(CVurlMemPool* block, unsigned n) {
+    char* data = pool_data(block) + block->nUsed;
+    block->nUsed += n;
+    return data;
+}
+
+} // namespace
+
+void* CVurlDOM::Alloc(unsigned n, CVurlMemPool** pool) {
+    for (CVurlMemPool* block = *pool; block != nullptr; block = block->pNext) {
+        if (block->Remaining() >= n)
+            return carve(block, n);
+    }
+    const unsigned size = next_block_size(*pool);
+    CVurlMemPool* block = CVurlMemPool::Create(size < n ? n : size);
+    if (block == nullptr)
+        return nullptr;
+    block->pNext = *pool;
+    *pool = block;
+    return carve(block, n);
+}
+
+char* CVurlDOM::AllocString(unsigned n) {
+    return static_cast<char*>(Alloc(n, &m_pStringPool));
+}
+
+char* CVurlDOM::AllocString(const char* s) {
+    if (s == nullptr)
+        return nullptr;
+    const size_t size = std::strlen(s) + 1;
+    if (size > UINT_MAX)
+        return nullptr;
+    char* copy = AllocString(static_cast<unsigned>(size));
+    if (copy != nullptr)
+        std::memcpy(copy, s, size);
+    return copy;
+}
+
+char* CVurlDOM::AllocTagName(const char* name) {
+    return AllocString(name);
+}
+
+char* CVurlDOM::AllocAttributeName(const char* name) {
+    return AllocString(name);
+}

@@ -1,0 +1,41 @@
+// The sizes of the records, and what the files of the document model share about them.
+#ifndef KALTO_XML_RECORDS_H
+#define KALTO_XML_RECORDS_H
+
+#include <kalto/xml.h>
+
+namespace kalto {
+
+constexpr unsigned kPointerSize = sizeof(void*);
+constexpr unsigned kNodeFields = 6 * kPointerSize; // a node record without user data
+
+static_assert(sizeof(CVurlNode) == kNodeFields && sizeof(CVurlAttribute) == 3 * kPointerSize &&
+                  sizeof(CVurlListNode) == 3 * kPointerSize,
+              "records have no padding");
+static_assert(sizeof(CVurlMemPool) % kPointerSize == 0, "a block's data is aligned like its header");
+static_assert(kPointerSize != 4 || (sizeof(CVurlMemPool) == 12 && sizeof(CVurlElement) == 8 &&
+                                    sizeof(CVurlIterator) == 20 && sizeof(CVurlListNode) == 12),
+              "the 32-bit layout that tools rely on");
+
+inline char* pool_data(CVurlMemPool* block) {
+    return reinterpret_cast<char*>(block + 1);
+}
+
+// The error codes of the parser (m_nError).
+enum ParseError : unsigned {
+    kIncomplete = 1,
+    kTooDeep = 2,
+    kUnexpectedEndTag = 3,
+    kUnterminatedTag = 5,
+    kMismatchedEndTag = 6,
+    kUnterminatedComment = 7,
+    kUnterminatedAttribute = 8,
+    kMissingValue = 10,
+    kNoMemory = 11,
+    kInvalidTag = 12,
+    kUnterminatedCdata = 13
+};
+
+} // namespace kalto
+
+#endif
