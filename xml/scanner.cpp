@@ -56,12 +56,14 @@ signed char scan_text(char** pos, char stop, size_t* shift) {
                 p[-static_cast<ptrdiff_t>(moved)] = *p;
             continue;
         }
-        // Deliberate: a "&" that begins no entity is passed over and never copied, so that files written by
-        // older devices read as they always did.
+        // Deliberate: after an entity of this run, a "&" that begins none is not copied, so that files
+        // written by older devices read as they always did.
         if (const Entity* entity = entity_at(p)) {
             p[-static_cast<ptrdiff_t>(moved)] = entity->byte;
             moved += entity->length - 1u;
             p += entity->length - 1;
+        } else if (moved == *shift) {
+            p[-static_cast<ptrdiff_t>(moved)] = '&';
         }
     }
     *shift = moved;
