@@ -98,12 +98,13 @@ typedef uint64_t ULONG64;
 typedef uint32_t DWORD32;
 typedef uint64_t DWORD64;
 
-/* Integers as wide as a pointer. */
+/* Integers as wide as a pointer. On the 32-bit target ULONG_PTR and DWORD are one type, as ported source
+ * expects. */
 typedef intptr_t INT_PTR;
 typedef uintptr_t UINT_PTR;
-typedef intptr_t LONG_PTR;
-typedef uintptr_t ULONG_PTR;
-typedef uintptr_t DWORD_PTR;
+typedef long LONG_PTR;
+typedef unsigned long ULONG_PTR;
+typedef unsigned long DWORD_PTR;
 typedef size_t SIZE_T;
 typedef ptrdiff_t SSIZE_T;
 typedef UINT_PTR WPARAM;

@@ -1,0 +1,4 @@
+// The library's one static initialiser.
+#include <kalto/core.h>
+
+std::string g_tmpPath = "/tmp/";
