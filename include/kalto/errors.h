@@ -15,7 +15,8 @@
 #define ERROR_ACCESS_DENIED 13        /* EACCES */
 #define ERROR_GEN_FAILURE 19          /* whatever has no better name */
 #define ERROR_INVALID_PARAMETER 22    /* EINVAL */
-#define ERROR_INSUFFICIENT_BUFFER 36  /* a text does not fit the caller's buffer */
+#define ERROR_INSUFFICIENT_BUFFER 36  /* a text or table does not fit the caller's buffer */
+#define ERROR_BUFFER_OVERFLOW 36      /* the same, under the name that some callers compare with */
 #define ERROR_MORE_DATA 90            /* the registry: data does not fit the caller's buffer */
 #define ERROR_REGISTRY_IO_FAILED 1016 /* the registry file cannot be used, or a text cannot be expressed */
 #define ERROR_KEY_DELETED 1018        /* the opened key was deleted */
@@ -48,6 +49,7 @@
 #define ERROR_BROKEN_PIPE EPIPE
 #define ERROR_OPERATION_ABORTED ECANCELED
 #define ERROR_TIMEOUT ETIMEDOUT
+#define ERROR_NO_DATA ENODATA
 #define ERROR_PRIVILEGE_NOT_HELD EPERM
 
 /* COM style results. */

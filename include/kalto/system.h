@@ -143,6 +143,19 @@ KALTO_API HRESULT VarUdateFromDate(DATE dateIn, ULONG dwFlags, UDATE* pudateOut)
  * no such time_t (or when it is -1 itself). */
 KALTO_API HRESULT ConvertVariantTimeToTimeT(double date, time_t* pTime);
 
+/* ---- The machine ---- */
+
+#ifndef GUID_DEFINED
+#define GUID_DEFINED
+typedef struct _GUID {
+    DWORD Data1;
+    WORD Data2;
+    WORD Data3;
+    BYTE Data4[8];
+} GUID, *PGUID, *LPGUID, IID, *LPIID, CLSID, *LPCLSID, UUID;
+typedef const GUID* LPCGUID;
+#endif
+
 KALTO_END_DECLS
 
 #endif
