@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <kalto/text.h>
 #include <new>
@@ -141,6 +143,20 @@ bool to_path(const wchar_t* wide, std::string& out) {
         errno = ENOMEM;
         return false;
     }
+}
+
+size_t narrow_limited(const wchar_t* wide, char* out, size_t limit) {
+    mbstate_t state = {};
+    size_t written = 0;
+    for (; *wide != L'\0'; ++wide) {
+        char bytes[MB_LEN_MAX];
+        const size_t count = wcrtomb(bytes, *wide, &state);
+        if (count == kFailed || count > limit - written)
+            break;
+        memcpy(out + written, bytes, count);
+        written += count;
+    }
+    return written;
 }
 
 } // namespace kalto

@@ -17,6 +17,10 @@ bool to_wide(const char* narrow, std::wstring& out);
 // done on the wide text, because in some encodings a byte of another character looks like a backslash.
 bool to_path(const wchar_t* wide, std::string& out);
 
+// Writes what mywcstombs writes within limit bytes, but no terminator, and returns its length: whole
+// characters up to the first that does not fit or that the locale cannot express.
+size_t narrow_limited(const wchar_t* wide, char* out, size_t limit);
+
 } // namespace kalto
 
 #endif
