@@ -1,0 +1,122 @@
+// Moving "registry.xml.new" into place: verify, make its time later than that of the file it replaces,
+// rename, sync the folder. Called with the registry lock held, by a save and by a load that finds what a
+// killed process left.
+#include "registry/pending_file.h"
+
+#include "registry/store.h"
+#include <cerrno>
+#include <fcntl.h>
+#include <kalto/registry.h>
+#include <string>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace kalto {
+namespace {
+
+enum class Verdict { whole, broken, no_memory };
+
+// Parses the file straight out of the verifying document's own buffer.
+Verdict parse_file(CRegVurlDOM& document, int fd, unsigned size) {
+    char* buffer = document.CreateDocBuffer(size);
+    if (buffer == nullptr)
+        return Verdict::no_memory;
+    const long got = read_file(fd, buffer, size);
+    if (got < 0)
+        return Verdict::broken;
+    buffer[got] = '\0';
+    return document.ReadDoc() != 0 ? Verdict::whole : Verdict::broken;
+}
+
+void sync_folder(std::string path) {
+    path.resize(path.rfind('/'));
+    const Descriptor folder(open_file(path.c_str(), O_RDONLY | O_DIRECTORY));
+    int result = folder.get() == -1 ? -1 : 0;
+    while (result == 0 && (result = fsync(folder.get())) != 0 && errno == EINTR)
+        result = 0;
+    // Not every file system can sync a folder; the new file is in place all the same.
+    if (result != 0 && errno != EINVAL)
+        syslog(LOG_ERR, "failed to sync folder %s", path.c_str());
+}
+
+// Moves the verified file over the old one. The rename alone replaces it, so that at no instant there is
+// none.
+bool move_into_place(const std::string& pending, const struct stat& status) {
+    std::string path;
+    struct stat replaced;
+    if (!store_path(kRegistryFile, path))
+        return false;
+    if (stat(path.c_str(), &replaced) == 0)
+        make_later(pending.c_str(), status, replaced);
+    if (rename(pending.c_str(), path.c_str()) != 0) {
+        syslog(LOG_ERR, "MoveTmpRegistry: rename failed %i", errno);
+        return false;
+    }
+    sync_folder(std::move(path));
+    return true;
+}
+
+} // namespace
+
+void make_later(const char* path, struct stat status, const struct stat& than) {
+    constexpr long kNanosecondsPerSecond = 1000000000;
+    // What file systems use as their unit of time.
+    constexpr struct timespec kUnits[] = {{0, 1}, {0, 1000}, {0, 1000000}, {1, 0}, {2, 0}};
+    for (const struct timespec& unit : kUnits) {
+        if (is_later(status, than))
+            return;
+        struct timespec times[2] = {{0, UTIME_OMIT}, than.st_mtim};
+        times[1].tv_sec += unit.tv_sec;
+        times[1].tv_nsec += unit.tv_nsec;
+        if (times[1].tv_nsec >= kNanosecondsPerSecond) {
+            times[1].tv_nsec -= kNanosecondsPerSecond;
+            ++times[1].tv_sec;
+        }
+        if (utimensat(AT_FDCWD, path, times, 0) != 0 || stat(path, &status) != 0)
+            return;
+    }
+}
+
+} // namespace kalto
+
+int VerifyRegistry(const char* path) {
+    if (path == nullptr) {
+        syslog(LOG_ERR, "VerifyRegistry: Invalid path");
+        return 0;
+    }
+    kalto::Descriptor file(kalto::open_file(path, O_RDONLY));
+    if (file.get() == -1) {
+        syslog(LOG_ERR, "Failed to open \"%s\" for verification. %d", path, errno);
+        return 0;
+    }
+    struct stat status;
+    if (fstat(file.get(), &status) != 0) {
+        syslog(LOG_ERR, "Failed to determine file size for \"%s\"", path);
+        return 0;
+    }
+    kalto::CRegVurlDOM document;
+    const kalto::Verdict verdict =
+        kalto::parse_file(document, file.get(), static_cast<unsigned>(status.st_size));
+    if (verdict == kalto::Verdict::no_memory)
+        syslog(LOG_ERR, "Failed to allocate memory for registry verification");
+    else if (verdict == kalto::Verdict::broken)
+        syslog(LOG_ERR, "ReadDoc failed! Not updating registry (size: %i)", static_cast<int>(status.st_size));
+    return verdict == kalto::Verdict::whole ? 1 : 0;
+}
+
+int MoveTmpRegistry(void) {
+    std::string pending;
+    struct stat status;
+    if (!kalto::store_path(kalto::kPendingFile, pending))
+        return 0;
+    if (stat(pending.c_str(), &status) != 0) {
+        if (errno != ENOENT)
+            syslog(LOG_ERR, "MoveTmpRegistry: stat failed %i", errno);
+        return 0;
+    }
+    if (VerifyRegistry(pending.c_str()) == 0) {
+        unlink(pending.c_str());
+        return 0;
+    }
+    return kalto::move_into_place(pending, status) ? 1 : 0;
+}

@@ -1,0 +1,110 @@
+// The store's state, its file names, and reading and writing files whole.
+#include "registry/store.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <kalto/registry.h>
+#include <new>
+#include <syslog.h>
+#include <unistd.h>
+
+const char* g_sandboxDir = "";
+struct stat g_stRegFileStats;
+
+const char* Kalto_GetSandboxDir(const char* /*ignored*/) {
+    return g_sandboxDir;
+}
+
+// Deliberate: with the empty sandbox the path begins with two slashes. The file system takes them as one;
+// logs and tools that quote the path show both.
+std::string& SetSandboxPathToFile(const char* name, std::string& out) {
+    return out.assign(g_sandboxDir != nullptr ? g_sandboxDir : "").append("/").append(name);
+}
+
+namespace kalto {
+
+CRegVurlDOM* g_pVurlDOM = nullptr;
+const char* g_regDocBuffer = nullptr;
+int g_regFd = -1;
+bool g_regDirty = false;
+bool g_regDeletions = false;
+int g_regSetCount = 0;
+unsigned g_regDocument = 0;
+unsigned g_regChanges = 0;
+
+void note_change() {
+    g_regDirty = true;
+    ++g_regChanges;
+}
+
+void note_deletion() {
+    note_change();
+    g_regDeletions = true;
+}
+
+bool is_later(const struct stat& status, const struct stat& than) {
+    if (status.st_mtim.tv_sec != than.st_mtim.tv_sec)
+        return status.st_mtim.tv_sec > than.st_mtim.tv_sec;
+    return status.st_mtim.tv_nsec > than.st_mtim.tv_nsec;
+}
+
+bool store_path(const char* name, std::string& out) {
+    try {
+        SetSandboxPathToFile(name, out);
+        return true;
+    } catch (const std::bad_alloc&) {
+        syslog(LOG_ERR, "no memory for the path of %s", name);
+        return false;
+    }
+}
+
+int open_file(const char* path, int flags) {
+    int fd = -1;
+    do
+        fd = open(path, flags | O_CLOEXEC, kFileMode);
+    while (fd == -1 && errno == EINTR);
+    return fd;
+}
+
+long read_file(int fd, char* buffer, size_t size) {
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t got = read(fd, buffer + done, size - done);
+        if (got == 0)
+            break;
+        if (got > 0)
+            done += static_cast<size_t>(got);
+        else if (errno != EINTR)
+            return -1;
+    }
+    return static_cast<long>(done);
+}
+
+long write_file(int fd, const char* text, size_t size) {
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t put = write(fd, text + done, size - done);
+        if (put > 0)
+            done += static_cast<size_t>(put);
+        else if (put == 0 || errno != EINTR)
+            return static_cast<long>(done);
+    }
+    while (fsync(fd) != 0)
+        if (errno != EINTR)
+            return -1;
+    return static_cast<long>(done);
+}
+
+int Descriptor::release() {
+    const int fd = fd_;
+    fd_ = -1;
+    return fd;
+}
+
+int Descriptor::close() {
+    const int fd = release();
+    // An interrupted close has closed.
+    return fd == -1 || ::close(fd) == 0 || errno == EINTR ? 0 : -1;
+}
+
+} // namespace kalto

@@ -1,0 +1,187 @@
+// The registry file: made, loaded, reloaded, replaced, and saved.
+#include "sandbox.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Spelled out once more: the files of devices in the field must stay the same byte for byte.
+constexpr char kFresh[] = R"(<?xml version="1.0" encoding="UTF-8"?>
+<Registry>
+ <k Name="000 README" Note="Names not case sensitive, but ARE sorted" />
+ <k Name="HKEY_LOCAL_MACHINE">
+  <k Name="Software">
+   <k Name="Velmoran">
+    <k Name="Lumetra">
+     <k Name="LMQ">
+      <k Name="AvailableRules" />
+      <k Name="OrderedRules" />
+      <k Name="States">
+       <k Name="Error">
+TAB <v Name="Light" value="0" type="REG_SZ" />
+TAB</k>
+TAB<k Name="Ready to Work">
+TAB <v Name="Light" value="255" type="REG_SZ" />
+       </k>
+TAB<k Name="Warning/Working">
+TAB <v Name="Light" value="1" type="REG_SZ" />
+       </k>
+      </k>
+     </k>
+    </k>
+   </k>
+  </k>
+ </k>
+</Registry>
+)";
+constexpr wchar_t kLight[] = L"Software\\Velmoran\\Lumetra\\LMQ\\States\\Ready to Work";
+
+std::string fresh_registry() {
+    std::string text = kFresh;
+    for (size_t at = text.find("TAB"); at != std::string::npos; at = text.find("TAB"))
+        text.replace(at, 3, "\t");
+    return text;
+}
+
+class Store : public Sandbox {};
+
+TEST_F(Store, MissingFileBecomesTheSkeletonAndIsReadable) {
+    const mode_t mask = umask(027);
+    HKEY key = open_key(kLight);
+    umask(mask);
+    ASSERT_NE(key, nullptr);
+    EXPECT_EQ(get_string(key, L"Light"), L"255");
+    EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_EQ(read(), fresh_registry());
+    struct stat status;
+    ASSERT_EQ(stat(path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0640u);
+    EXPECT_EQ(g_stRegFileStats.st_ino, status.st_ino);
+    EXPECT_TRUE(g_log.empty());
+}
+
+TEST_F(Store, BrokenFileIsLoggedAndReplacedByTheSkeleton) {
+    write("<Registry><k Name=\"a\">");
+    EXPECT_NE(open_key(kLight), nullptr);
+    EXPECT_EQ(read(), fresh_registry());
+    ASSERT_EQ(g_log.size(), 1u);
+    EXPECT_EQ(g_log[0], "3: Registry corrupt: g_pVurlDOM.ReadDoc failed for file " + path() +
+                            ", file size: 22, read size: 22, reloading skeleton registry");
+}
+
+TEST_F(Store, FileThatCannotBeOpenedGivesTwoAndIsLeftAlone) {
+    ASSERT_EQ(mkdir(path().c_str(), 0755), 0);
+    HKEY key = nullptr;
+    EXPECT_EQ(RegOpenKeyEx(HKEY_LOCAL_MACHINE, L"Software", 0, KEY_READ, &key), 2);
+    EXPECT_EQ(g_log, std::vector<std::string>{"3: reg file open error for " + path()});
+    rmdir(path().c_str());
+    EXPECT_NE(open_key(kLight), nullptr) << "the next call tries again";
+}
+
+TEST_F(Store, PendingFileReplacesTheRegistryOnlyIfItIsWhole) {
+    write_registry("<k Name='HKEY_LOCAL_MACHINE'><v Name='n' value='1' type='REG_DWORD'/></k>");
+    write("<Registry><k Name='HKEY_LOCAL_MACHINE'><v Name='n' value='2' type='REG_DWORD'/></k></Registry>",
+          kPending);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 2);
+    write("<Registry><k Name='HKEY_LOCAL_MACHINE'><v Name='n'", kPending);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 2);
+    EXPECT_FALSE(exists(kPending));
+    EXPECT_EQ(g_log, std::vector<std::string>{"3: ReadDoc failed! Not updating registry (size: 50)"});
+}
+
+TEST_F(Store, VerifyingSaysWhatIsWrong) {
+    EXPECT_EQ(VerifyRegistry(nullptr), 0);
+    const std::string missing = path();
+    EXPECT_EQ(VerifyRegistry(missing.c_str()), 0);
+    write_registry("");
+    EXPECT_NE(VerifyRegistry(missing.c_str()), 0);
+    EXPECT_EQ(g_log, (std::vector<std::string>{"3: VerifyRegistry: Invalid path",
+                                               "3: Failed to open \"" + missing + "\" for verification. 2"}));
+}
+
+// Writes one number into the file as another process would, at the given time.
+void write_outside(const Store& store, int number, time_t seconds, long nanoseconds) {
+    store.write_registry("<k Name='HKEY_LOCAL_MACHINE'><v Name='n' value='" + std::to_string(number) +
+                         "' type='REG_DWORD'/></k>");
+    store.set_time(seconds, nanoseconds);
+}
+
+TEST_F(Store, OnlyALaterTimeMakesTheFileReadAgain) {
+    write_outside(*this, 1, 1000, 500);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 1);
+    write_outside(*this, 2, 1000, 500);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 1);
+    write_outside(*this, 3, 999, 900);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 1);
+    write_outside(*this, 4, 1000, 501);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 4) << "a nanosecond later is later";
+}
+
+TEST_F(Store, OpenKeysKeepTheDocumentInUse) {
+    write_outside(*this, 1, 1000, 0);
+    HKEY key = open_key(L"");
+    write_outside(*this, 2, 2000, 0);
+    EXPECT_EQ(number_at(L"", L"n"), 1);
+    EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_EQ(number_at(L"", L"n"), 2);
+    EXPECT_TRUE(g_log.empty());
+}
+
+TEST_F(Store, CloseWithoutChangesStillSeesWhatOthersSavedMeanwhile) {
+    write_outside(*this, 1, 1000, 0);
+    HKEY key = open_key(L"");
+    write_outside(*this, 2, 1000, 1);
+    EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 2);
+}
+
+TEST_F(Store, ClosingARootLeavesACountThatKeepsTheDocument) {
+    write_outside(*this, 1, 1000, 0);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 1);
+    EXPECT_EQ(RegCloseKey(HKEY_LOCAL_MACHINE), 0);
+    write_outside(*this, 2, 2000, 0);
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 1);
+    EXPECT_EQ(g_log,
+              std::vector<std::string>{"3: can't replace log buffer from file because handles are open"});
+}
+
+TEST_F(Store, SavedFileIsLaterThanTheOneItReplaces) {
+    const time_t future = time(nullptr) + 100000;
+    write_outside(*this, 1, future, 999999999);
+    EXPECT_EQ(set_number(HKEY_LOCAL_MACHINE, L"n", 5), 0);
+    struct stat status;
+    ASSERT_EQ(stat(path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mtim.tv_sec, future + 1);
+    EXPECT_EQ(status.st_mtim.tv_nsec, 0);
+    EXPECT_EQ(g_stRegFileStats.st_mtim.tv_sec, future + 1) << "its own save is no change from outside";
+    EXPECT_FALSE(exists(kPending));
+}
+
+TEST_F(Store, NothingIsWrittenWhileAKeyIsOpenOrNothingChanged) {
+    write_outside(*this, 1, 1000, 0);
+    const std::string before = read();
+    HKEY key = open_key(L"");
+    EXPECT_EQ(set_number(key, L"n", 0x12345), 0);
+    EXPECT_EQ(read(), before);
+    EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_NE(read().find("<v Name=\"n\" value=\"12345\" type=\"REG_DWORD\"/>"), std::string::npos);
+    struct stat saved;
+    ASSERT_EQ(stat(path().c_str(), &saved), 0);
+    EXPECT_EQ(number_at(L"", L"n"), 0x12345);
+    struct stat later;
+    ASSERT_EQ(stat(path().c_str(), &later), 0);
+    EXPECT_EQ(saved.st_ino, later.st_ino);
+}
+
+TEST_F(Store, ALongerStalePendingFileLeavesNothingBehind) {
+    write_outside(*this, 1, 1000, 0);
+    HKEY key = open_key(L"");
+    EXPECT_EQ(set_number(key, L"n", 7), 0);
+    write(std::string(100000, 'x'), kPending);
+    EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_EQ(in_child([] { return static_cast<int>(number_at(L"", L"n")); }), 7);
+}
+
+} // namespace
