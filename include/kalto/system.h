@@ -143,7 +143,8 @@ KALTO_API HRESULT VarUdateFromDate(DATE dateIn, ULONG dwFlags, UDATE* pudateOut)
  * no such time_t (or when it is -1 itself). */
 KALTO_API HRESULT ConvertVariantTimeToTimeT(double date, time_t* pTime);
 
-/* ---- The machine ---- */
+/* ---- The machine ----
+ * None of these calls touches the last error, but where the host's hooks do. Safe to call from any thread. */
 
 #ifndef GUID_DEFINED
 #define GUID_DEFINED
@@ -155,6 +156,112 @@ typedef struct _GUID {
 } GUID, *PGUID, *LPGUID, IID, *LPIID, CLSID, *LPCLSID, UUID;
 typedef const GUID* LPCGUID;
 #endif
+
+/* Makes a GUID from the time, a sequence number and six bytes that stay the same within a process, and stores
+ * it in *pguid. Returns 0, or -1 (0xFFFFFFFF) for null and when the time cannot be converted. Seeds the C
+ * library's rand with the time at every call. Differs from Windows: unique on one device for one application,
+ * not in the world. */
+KALTO_API HRESULT CoCreateGuid(GUID* pguid);
+
+typedef struct _OSVERSIONINFO {
+    DWORD dwOSVersionInfoSize;
+    DWORD dwMajorVersion;
+    DWORD dwMinorVersion;
+    DWORD dwBuildNumber;
+    DWORD dwPlatformId;
+    WCHAR szCSDVersion[128];
+} OSVERSIONINFO, *POSVERSIONINFO, *LPOSVERSIONINFO, OSVERSIONINFOW, *POSVERSIONINFOW, *LPOSVERSIONINFOW;
+
+#define VER_PLATFORM_WIN32s 0
+#define VER_PLATFORM_WIN32_WINDOWS 1
+#define VER_PLATFORM_WIN32_NT 2
+#define VER_PLATFORM_WIN32_CE 3
+
+/* Stores the kernel's release, "3.10.17-rt" as 3, 10 and 17 (a part that is missing is 0), its name
+ * ("Linux") in szCSDVersion, and platform 0. dwOSVersionInfoSize is set to 532 whatever it was. TRUE, or
+ * FALSE for null and when the kernel does not tell. */
+KALTO_API BOOL GetVersionEx(LPOSVERSIONINFO lpVersionInformation);
+#define GetVersionExW GetVersionEx
+
+typedef struct _MEMORYSTATUS {
+    DWORD dwLength;
+    DWORD dwMemoryLoad;     /* the percentage of memory that is free, where Windows tells what is in use */
+    SIZE_T dwTotalPhys;     /* bytes of memory */
+    SIZE_T dwAvailPhys;     /* bytes of it that are free */
+    SIZE_T dwTotalPageFile; /* bytes of swap space */
+    SIZE_T dwAvailPageFile; /* bytes of it that are free */
+    SIZE_T dwTotalVirtual;  /* as dwTotalPhys */
+    SIZE_T dwAvailVirtual;  /* as dwAvailPhys */
+} MEMORYSTATUS, *LPMEMORYSTATUS;
+
+/* Fills the record and sets dwLength to 32, its size on the 32-bit target, on every target. A record whose
+ * dwLength is 31 or less stays untouched, as does any when the kernel does not tell. What is more than a
+ * field can hold is stored as the most that it can. */
+KALTO_API void GlobalMemoryStatus(LPMEMORYSTATUS lpBuffer);
+
+/* The names of the user and of the machine, by the host's PTR_GetUserName, PTR_GetHostName and
+ * PTR_SetHostName; see <kalto/host.h> for what the reference host does. SetComputerName returns FALSE for
+ * null and for an empty name. */
+KALTO_API BOOL GetUserName(LPWSTR lpBuffer, LPDWORD lpnSize);
+KALTO_API BOOL GetComputerName(LPWSTR lpBuffer, LPDWORD lpnSize);
+KALTO_API BOOL SetComputerName(LPCWSTR lpComputerName);
+#define GetUserNameW GetUserName
+#define GetComputerNameW GetComputerName
+#define SetComputerNameW SetComputerName
+#define MAX_COMPUTERNAME_LENGTH 15
+#ifndef UNLEN
+#define UNLEN 256
+#endif
+
+#define SPI_GETPLATFORMTYPE 257
+#define SPI_GETOEMINFO 258
+
+/* Copies the name of the device's maker, "Velmoran" with its terminator (9 characters), to pvParam whatever
+ * uiAction asks for, and returns TRUE. A null pvParam is left alone. Differs from Windows in that. */
+KALTO_API BOOL SystemParametersInfo(UINT uiAction, UINT uiParam, PVOID pvParam, UINT fWinIni);
+#define SystemParametersInfoW SystemParametersInfo
+
+/* A parameter of the device as narrow text. *size is the room in buffer in bytes; a null buffer has none.
+ *
+ * Where an environment variable is called name, its text is the answer: TRUE with *size its length without
+ * the terminator, or FALSE with that length when it does not fit with its terminator.
+ *
+ * Otherwise it is the text value of that name in the registry key
+ * HKEY_LOCAL_MACHINE\SOFTWARE\Velmoran\NVPARM, of at most 49 characters; the key is made where it is missing.
+ * TRUE with *size the length of what stands in buffer, with the terminator; FALSE with *size 0 when there is
+ * no such value or it cannot be read or expressed in the locale's encoding. The text is copied only where
+ * four bytes for each of its characters and the terminator would fit; otherwise buffer keeps what it held.
+ *
+ * FALSE for a null name (*size becomes 0) or a null size. Takes the registry's lock and may wait for it; not
+ * safe against a thread that changes the environment at the same moment. */
+KALTO_API BOOL KaltoGetNvparm(const char* name, char* buffer, LPDWORD size);
+
+/* Selectors of parameters for KernelIoControl: the serial number, the manufacturing code and the
+ * manufacturing flags, QRD_NVPARM_SERIAL_NUM, QRD_NVPARM_MCODE and QRD_NVPARM_MANU_FLAGS for KaltoGetNvparm.
+ */
+#define KALTO_NVPARM_SERIAL_NUM 2
+#define KALTO_NVPARM_MCODE 10
+#define KALTO_NVPARM_MANU_FLAGS 39
+
+/* Asks for a parameter of the device. The first byte of lpInBuf selects it, or, when that is 0, the second; a
+ * byte beyond nInBufSize counts as 0. First lpOutBuf is filled with nOutBufSize - 1 characters "0" and a
+ * terminator. TRUE for an unknown selector, with *lpBytesReturned untouched; otherwise the result of
+ * KaltoGetNvparm with lpOutBuf, and in *lpBytesReturned the size that it stored. FALSE, with nothing written,
+ * for a null lpInBuf; a null lpOutBuf has no room; lpBytesReturned may be null. The control code is ignored.
+ */
+KALTO_API BOOL KernelIoControl(DWORD dwIoControlCode, LPVOID lpInBuf, DWORD nInBufSize, LPVOID lpOutBuf,
+                               DWORD nOutBufSize, LPDWORD lpBytesReturned);
+
+/* ---- Narrow text ---- */
+
+/* Reverse, lower or raise narrow text in place, byte by byte; the case is the current locale's. Return the
+ * argument, also when it is null. */
+KALTO_API char* strrev(char* text);
+KALTO_API char* strlwr(char* text);
+KALTO_API char* strupr(char* text);
+#define _strrev strrev
+#define _strlwr strlwr
+#define _strupr strupr
 
 KALTO_END_DECLS
 
