@@ -46,8 +46,10 @@ bool record_command_line(int argc, char** argv) {
     if (narrow_line == nullptr)
         return false;
     wide_arguments = static_cast<LPWSTR*>(calloc(static_cast<size_t>(argc > 0 ? argc : 1), sizeof(LPWSTR)));
+    if (wide_arguments == nullptr)
+        return false;
     LPWSTR* path = CommandLineToArgvW(nullptr, nullptr);
-    if (wide_arguments == nullptr || path == nullptr)
+    if (path == nullptr)
         return false;
     wide_arguments[0] = path[0];
     argument_count = argc;

@@ -1,0 +1,67 @@
+// The linker redirects the library's calls of calloc to this file, which fails the one that a test asks for.
+#include "core/command_line.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <kalto/core.h>
+
+static int calls_until_failure = 0; // 0: never
+
+extern "C" void* __real_calloc(size_t count, size_t size);
+extern "C" void* __wrap_calloc(size_t count, size_t size);
+extern "C" void* __wrap_calloc(size_t count, size_t size) {
+    bool fails = calls_until_failure > 0 && --calls_until_failure == 0;
+    return fails ? nullptr : __real_calloc(count, size);
+}
+
+static bool record(std::vector<std::string> words) {
+    std::vector<char*> argv;
+    for (std::string& word : words)
+        argv.push_back(&word[0]);
+    return kalto::record_command_line(static_cast<int>(argv.size()), argv.data());
+}
+
+TEST(OutOfMemory, MainGivesUpBeforeTheApplicationStarts) {
+    for (int call = 1; call <= 3; call++) { // narrow line, vector, executable path
+        calls_until_failure = call;
+        EXPECT_FALSE(record({"program", "a"})) << call;
+        kalto::release_narrow_command_line();
+    }
+}
+
+TEST(OutOfMemory, AnArgumentThatDoesNotFitIsMissingFromTheVectorAlone) {
+    CommandLineToArgvW(nullptr, nullptr); // the path is there, so that the third block is the first argument's
+    calls_until_failure = 3;
+    EXPECT_TRUE(record({"program", "a", "b"}));
+    int count = 0;
+    LPWSTR* vector = CommandLineToArgvW(L"x", &count);
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(vector[1], nullptr);
+    EXPECT_EQ(vector[2][0], L'b');
+    EXPECT_STREQ(GetCommandLineA(), "a b");
+}
+
+TEST(OutOfMemory, TheWideCommandLineIsTriedAgain) {
+    EXPECT_STREQ(GetCommandLineW(), L"") << "nothing is kept before main has run";
+    ASSERT_TRUE(record({"program", "a", "b"}));
+    calls_until_failure = 1;
+    EXPECT_EQ(GetCommandLineW(), nullptr);
+    EXPECT_STREQ(GetCommandLineW(), L"a b");
+}
+
+TEST(OutOfMemory, TheExecutablesPathIsTriedAgain) {
+    int count = 7;
+    calls_until_failure = 1;
+    errno = 0;
+    EXPECT_EQ(CommandLineToArgvW(nullptr, &count), nullptr);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(count, 7);
+    EXPECT_NE(CommandLineToArgvW(nullptr, &count), nullptr);
+    EXPECT_EQ(count, 1);
+}
+
+TEST(OutOfMemory, RaisingAnExceptionEndsTheProcess) {
+    calls_until_failure = 1;
+    EXPECT_EXIT(RaiseException(1, 0, 0, nullptr), testing::ExitedWithCode(1), "");
+}
