@@ -1,11 +1,36 @@
 // The result of a selection: a chain of entries in the order of adding, every element once.
+#include "xml/node_index.h"
 #include <kalto/xml.h>
+
+using kalto::NodeIndex;
 
 namespace {
 
-bool holds(const CVurlElementList& list, const CVurlIterator& it) {
+constexpr unsigned kIndexFrom = 16; // entries; shorter lists are searched faster than an index is built
+
+NodeIndex* index_of(const CVurlElementList& list) {
+    return static_cast<NodeIndex*>(list.m_pIndex);
+}
+
+void drop_index(CVurlElementList* list) {
+    NodeIndex::destroy(index_of(*list));
+    list->m_pIndex = nullptr;
+}
+
+// Without memory for an index the list is searched from the head, as short ones are.
+void build_index(CVurlElementList* list) {
+    NodeIndex* index = NodeIndex::create(2 * size_t{list->m_nCount});
+    list->m_pIndex = index;
+    for (const CVurlListNode* entry = list->m_pHead; index != nullptr && entry != nullptr;
+         entry = entry->pNext)
+        index->add(entry->pIterator->m_pNode);
+}
+
+bool holds(const CVurlElementList& list, const CVurlNode* node) {
+    if (list.m_pIndex != nullptr)
+        return index_of(list)->contains(node);
     for (const CVurlListNode* entry = list.m_pHead; entry != nullptr; entry = entry->pNext) {
-        if (*entry->pIterator == it)
+        if (entry->pIterator->m_pNode == node)
             return true;
     }
     return false;
@@ -32,6 +57,7 @@ CVurlElementList::~CVurlElementList() {
         m_pTail->pNext = m_pDOM->m_pFreeListNodes;
         m_pDOM->m_pFreeListNodes = m_pHead;
     }
+    drop_index(this);
 }
 
 int CVurlElementList::Add(CVurlIterator* it) {
@@ -44,14 +70,18 @@ int CVurlElementList::Add(CVurlIterator* it) {
         m_nCount = 1;
         return 1;
     }
-    if (holds(*this, *it)) {
+    if (holds(*this, it->m_pNode)) {
         release(m_pDOM, entry);
         return 1;
     }
+    if (m_pIndex != nullptr && !index_of(*this)->add(it->m_pNode))
+        drop_index(this);
     entry->pPrev = m_pTail;
     m_pTail->pNext = entry;
     m_pTail = entry;
     ++m_nCount;
+    if (m_nCount >= kIndexFrom && m_pIndex == nullptr)
+        build_index(this);
     return 1;
 }
 
@@ -98,6 +128,8 @@ int CVurlElementList::Delete() {
         return 0;
     CVurlListNode* const before = entry->pPrev;
     CVurlListNode* const after = entry->pNext;
+    if (m_pIndex != nullptr)
+        index_of(*this)->remove(entry->pIterator->m_pNode);
     (before == nullptr ? m_pHead : before->pNext) = after;
     (after == nullptr ? m_pTail : after->pPrev) = before;
     m_pCurrent = before == nullptr ? after : before;

@@ -1,0 +1,208 @@
+#include "tests/xml/tree_text.h"
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace {
+
+using Decision =
+    std::function<unsigned long(const std::string& source, const std::string& other, bool has_context)>;
+
+Decision g_decision;
+std::function<void()> g_on_copy;
+std::string g_trace;
+
+unsigned long decide(const CVurlElement* source, const CVurlElement* other, void* context) {
+    const std::string name = other == nullptr ? "-" : other->GetTagName();
+    g_trace += std::string(source->GetTagName()) + (context == nullptr ? "=" : "~") + name + " ";
+    return g_decision(source->GetTagName(), name, context != nullptr);
+}
+
+bool copier(const CVurlElement* source, CVurlElement* target) {
+    g_trace += std::string(source->GetTagName()) + ">" + target->GetTagName() + " ";
+    const bool copied = CVurlIterator::DefaultCopier(source, target);
+    if (g_on_copy)
+        g_on_copy();
+    return copied;
+}
+
+struct Merging {
+    CVurlDOM source;
+    CVurlDOM target;
+    CVurlDOM reference;
+    CVurlIterator s;
+    CVurlIterator t;
+    CVurlIterator r;
+
+    Merging(const char* source_text, const char* target_text, const char* reference_text = "<r/>") {
+        g_trace.clear();
+        g_on_copy = nullptr;
+        EXPECT_EQ(
+            source.ReadDoc(source_text) + target.ReadDoc(target_text) + reference.ReadDoc(reference_text), 3);
+        s.BindToDOM(&source);
+        t.BindToDOM(&target);
+        r.BindToDOM(&reference);
+    }
+    int apply(bool with_reference, const Decision& decision) {
+        g_decision = decision;
+        return t.Apply(&s, with_reference ? &r : nullptr, decide, copier, this);
+    }
+};
+
+// Matches elements of equal names, with these bits about the source (or reference), and these about the
+// target.
+Decision by_name(unsigned long source_bits, unsigned long target_bits) {
+    return [=](const std::string& source, const std::string& other, bool has_context) {
+        if (has_context && other == "-")
+            return source_bits;
+        return source == other ? (has_context ? source_bits : target_bits) : 0ul;
+    };
+}
+
+} // namespace
+
+TEST(Apply, ActsOnEachResultBit) {
+    const struct {
+        unsigned long source_bits;
+        unsigned long target_bits;
+        const char* target;
+        const char* trace;
+    } cases[] = {
+        {APPLY_MATCH, 0, "r(b'old',x(y))", "a~- a=b a=x b~- c~- b~- b=b b=x "},
+        {APPLY_MATCH, APPLY_MATCH | APPLY_COPY, "r(b[n=2]'t',x(y))", "a~- a=b a=x b~- c~- b~- b=b b>b "},
+        {APPLY_MATCH, APPLY_MATCH | APPLY_DELETE, "r(x(y))", "a~- a=b a=x b~- c~- b~- b=b "},
+        {APPLY_MATCH | APPLY_SKIP_CHILDREN, 0, "r(b'old',x(y))", "a~- a=b a=x b~- b=b b=x "},
+        {APPLY_MATCH | APPLY_STOP, APPLY_MATCH, "r(b'old',x(y))", "a~- a=b a=x "},
+        {APPLY_MATCH | APPLY_CREATE_PATH, APPLY_MATCH, "r(b'old',x(y),a[n=1](b(c'u')))",
+         "a~- a=b a=x a>a b~- b>b c~- c>c b~- b=b "},
+        {APPLY_STOP, APPLY_MATCH, "r(b'old',x(y))", "a~- "},
+        {0, APPLY_MATCH, "r(b'old',x(y))", "a~- b~- "},
+    };
+    for (const auto& c : cases) {
+        Merging run("<r><a n='1'><b><c>u</c></b></a><b n='2'>t</b></r>", "<r><b>old</b><x><y/></x></r>");
+        EXPECT_EQ(run.apply(false, by_name(c.source_bits, c.target_bits)), 1) << c.trace;
+        EXPECT_EQ(tree_text(run.target), c.target);
+        EXPECT_EQ(g_trace, c.trace);
+        EXPECT_EQ(run.s.m_pNode, run.source.m_pRoot);
+        EXPECT_EQ(run.t.m_pNode, run.target.m_pRoot);
+        EXPECT_EQ(run.t.m_nDepth, 0);
+    }
+}
+
+TEST(Apply, DeletesTheChildrenOfWhatItMatches) {
+    Merging run("<r><x/></r>", "<r><x a='1'><y/><z/></x></r>");
+    EXPECT_EQ(run.apply(false, by_name(APPLY_MATCH, APPLY_MATCH | APPLY_DELETE_CHILDREN)), 1);
+    EXPECT_EQ(tree_text(run.target), "r(x[a=1])");
+}
+
+TEST(Apply, LeavesTheIteratorsWhereItEndedOnRequest) {
+    Merging run("<r><a><b/></a></r>", "<r><a><b/></a></r>", "<r><a><b/></a></r>");
+    constexpr unsigned long kKeep = APPLY_KEEP_SOURCE | APPLY_KEEP_REFERENCE | APPLY_KEEP_TARGET;
+    run.apply(true, [](const std::string& source, const std::string& other, bool) {
+        return source != other ? 0 : source == "b" ? APPLY_MATCH | APPLY_STOP | kKeep : APPLY_MATCH;
+    });
+    for (const CVurlIterator* it : {&run.s, &run.r, &run.t}) {
+        EXPECT_STREQ(it->GetTagName(), "b");
+        EXPECT_EQ(it->m_nDepth, 2);
+    }
+}
+
+// The reference filters; decisions about the target come without the context.
+TEST(Apply, DecidesByTheReferenceAndItsIgnoredElements) {
+    Merging run("<r><a/><b/><c/></r>", "<r/>", "<r><i/><a/><b/></r>");
+    EXPECT_EQ(run.apply(true,
+                        [](const std::string& source, const std::string& other, bool) -> unsigned long {
+                            if (other == "i")
+                                return APPLY_IGNORE | (source == "c" ? APPLY_STOP : 0ul);
+                            return source == other ? APPLY_MATCH | APPLY_CREATE_PATH : 0ul;
+                        }),
+              1);
+    EXPECT_EQ(g_trace, "a~i a~a a>a b~i b~a b~b b=a b>b c~i c~a c~b ");
+    EXPECT_EQ(tree_text(run.target), "r(a,b)");
+}
+
+TEST(Apply, RefusesWhatItCannotWalk) {
+    Merging run("<r><a/></r>", "<r/>");
+    CVurlIterator none;
+    const auto all = [](const std::string&, const std::string&, bool) { return APPLY_MATCH; };
+    g_decision = all;
+    EXPECT_EQ(run.t.Apply(&none, nullptr, decide, copier, nullptr), 0);
+    EXPECT_EQ(run.t.Apply(nullptr, nullptr, decide, copier, nullptr), 0);
+    EXPECT_EQ(run.t.Apply(&run.s, &none, decide, copier, nullptr), 0);
+    EXPECT_EQ(run.t.Apply(&run.s, nullptr, nullptr, copier, nullptr), 0);
+    EXPECT_EQ(none.Apply(&run.s, nullptr, decide, copier, nullptr), 0);
+    CVurlIterator inside;
+    inside.SetSubRoot(&run.source, run.source.m_pRoot->pFirstChild);
+    CVurlIterator reference(run.s);
+    EXPECT_EQ(inside.Apply(&run.s, &reference, decide, copier, nullptr), 0);
+    EXPECT_EQ(g_trace, "");
+    EXPECT_EQ(run.s.Apply(&run.s, nullptr, decide, copier, nullptr), 1) << "one iterator in two roles";
+    EXPECT_EQ(g_trace, "a=- a=a ");
+}
+
+TEST(Apply, CreatesEveryMissingLevelBelowAMatch) {
+    Merging run("<r><a><b><c n='1'/></b></a></r>", "<r/>");
+    EXPECT_EQ(
+        run.apply(false, [](const std::string& source, const std::string&,
+                            bool) { return source == "c" ? APPLY_MATCH | APPLY_CREATE_PATH : APPLY_MATCH; }),
+        1);
+    EXPECT_EQ(tree_text(run.target), "r(a(b(c[n=1])))");
+    EXPECT_EQ(g_trace, "a~- b~- c~- a>a b>b c>c ");
+}
+
+// The walk goes on after the nearest ancestor that is left, whichever tree the callback takes an element
+// from.
+TEST(Apply, SurvivesCallbacksThatDeleteWhatItStandsOn) {
+    constexpr char kText[] = "<r><a><b><c/><d/></b><e/></a><f/></r>";
+    constexpr unsigned long kMerge = APPLY_MATCH | APPLY_COPY | APPLY_CREATE_PATH;
+    const struct {
+        int tree; // 0 source, 1 reference, 2 target
+        int deletion;
+        const char* trace;
+    } cases[] = {{0, 0, "f"}, {0, 1, "ef"}, {0, 2, "f"}};
+    for (int tree = 0; tree < 3; ++tree) {
+        for (const auto& c : cases) {
+            for (const bool reuse : {false, true}) {
+                Merging run(kText, kText, kText);
+                CVurlDOM* dom = tree == 0 ? &run.source : tree == 1 ? &run.reference : &run.target;
+                bool done = false;
+                std::string after;
+                const auto decision = [&](const std::string& source, const std::string& other,
+                                          bool) -> unsigned long {
+                    if (done && (after.empty() || after.substr(after.size() - 1) != source))
+                        after += source;
+                    if (source == "c" && !done) {
+                        done = true;
+                        CVurlIterator it;
+                        it.BindToDOM(dom);
+                        it.ToChildElement();
+                        if (c.deletion == 1)
+                            it.ToChildElement();
+                        if (c.deletion == 0)
+                            it.DeleteChildren();
+                        else
+                            it.DeleteElement();
+                        it.ToRootElement();
+                        for (int i = 0; reuse && i < 4; ++i)
+                            it.InsertElement("n", VURL_LAST_CHILD);
+                    }
+                    return source == other || other == "-" ? kMerge : 0;
+                };
+                EXPECT_EQ(run.apply(true, decision), 1);
+                if (tree == 0 && !reuse) {
+                    EXPECT_EQ(after, c.trace) << c.deletion;
+                }
+                EXPECT_EQ(run.s.m_pNode, run.source.m_pRoot);
+                EXPECT_EQ(run.t.m_pNode, run.target.m_pRoot);
+            }
+        }
+    }
+}
+
+TEST(Apply, DeletesTheSourceItMergesFrom) {
+    Merging run("<r><a><b/></a><c/></r>", "<r/>");
+    CVurlIterator target(run.s);
+    g_decision = by_name(APPLY_MATCH, APPLY_MATCH | APPLY_DELETE);
+    EXPECT_EQ(target.Apply(&run.s, nullptr, decide, nullptr, &run), 1);
+    EXPECT_EQ(tree_text(run.source), "r");
+    EXPECT_EQ(g_trace, "a~- a=a c~- c=c ");
+}

@@ -1,0 +1,167 @@
+#include "tests/xml/tree_text.h"
+#include <algorithm>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace {
+
+std::vector<const CVurlNode*> free_nodes(const CVurlDOM& dom) {
+    std::vector<const CVurlNode*> nodes;
+    for (const CVurlNode* node = dom.m_pFreeNodes; node != nullptr; node = node->pNextSibling)
+        nodes.push_back(node);
+    return nodes;
+}
+
+size_t free_attributes(const CVurlDOM& dom) {
+    size_t count = 0;
+    for (const CVurlAttribute* a = dom.m_pFreeAttributes; a != nullptr; a = a->pNext)
+        ++count;
+    return count;
+}
+
+} // namespace
+
+TEST(Pool, GrowsByHalf) {
+    const struct {
+        unsigned first;
+        std::vector<unsigned> sizes; // of the blocks that follow when each is filled
+    } cases[] = {
+        {1, {256, 256, 512, 768, 1280}}, {300, {512, 256, 512, 768}}, {1024, {1024, 512, 768, 1280}}};
+    for (const auto& c : cases) {
+        CVurlDOM dom;
+        CVurlMemPool* pool = nullptr;
+        unsigned request = c.first;
+        for (const unsigned size : c.sizes) {
+            ASSERT_NE(dom.Alloc(request, &pool), nullptr);
+            EXPECT_EQ(pool->nSize, size);
+            EXPECT_EQ(pool->nUsed, request);
+            ASSERT_NE(dom.Alloc(pool->Remaining(), &pool), nullptr);
+            request = 1;
+        }
+        dom.m_pStringPool = pool; // to be released with the document
+    }
+}
+
+TEST(Pool, ServesExactlyFromTheNewestBlockThatFits) {
+    CVurlDOM dom;
+    const char* first = dom.AllocString(200u);
+    ASSERT_NE(dom.AllocString(100u), nullptr);
+    EXPECT_EQ(dom.m_pStringPool->nUsed, 100u);
+    EXPECT_EQ(dom.AllocString(156u),
+              static_cast<void*>(reinterpret_cast<char*>(dom.m_pStringPool + 1) + 100));
+    EXPECT_EQ(dom.AllocString(56u), first + 200);
+    EXPECT_EQ(CVurlMemPool::Create(0xFFFFFF01u), nullptr);
+    EXPECT_EQ(dom.CreateDocBuffer(0xFFFFFFFFu), nullptr);
+}
+
+TEST(Document, SizesItsNodesForTheUserData) {
+    constexpr unsigned kUnit = sizeof(void*);
+    const struct {
+        unsigned short user_data;
+        unsigned node_size;
+    } cases[] = {{1, 7 * kUnit}, {kUnit, 7 * kUnit}, {kUnit + 1, 8 * kUnit}, {0, 0}};
+    for (const auto& c : cases) {
+        CVurlDOM dom(c.user_data);
+        EXPECT_EQ(dom.m_nNodeSize, c.node_size);
+        CVurlNode* node = dom.AllocNode();
+        ASSERT_NE(node, nullptr);
+        const unsigned record = std::max<unsigned>(c.node_size, sizeof(CVurlNode));
+        std::memset(static_cast<void*>(node), 0xFF, record);
+        dom.FreeNode(node);
+        ASSERT_EQ(dom.AllocNode(), node);
+        const auto* bytes = reinterpret_cast<const char*>(node);
+        EXPECT_EQ(std::count(bytes, bytes + record, '\0'), record) << "a recycled node is zeroed";
+        EXPECT_EQ(reinterpret_cast<char*>(dom.AllocNode()), bytes + record);
+    }
+    EXPECT_EQ(CVurlDOM().m_nNodeSize, 6 * kUnit);
+    EXPECT_EQ(CVurlDOM(0xFFF0).AllocNode(), nullptr) << "such a record cannot be";
+}
+
+// Chains go onto the free list whole: children before their parents' siblings' tails, each chain in order.
+TEST(Document, DeletesChildrenInWholeChains) {
+    CVurlDOM dom;
+    ASSERT_EQ(dom.ReadDoc("<r a='0'><x b='1' c='2'><p/><q d='3'/></x><y/></r>"), 1);
+    const CVurlNode* x = dom.m_pRoot->pFirstChild;
+    const std::vector<const CVurlNode*> expected = {x, x->pNextSibling, x->pFirstChild,
+                                                    x->pFirstChild->pNextSibling, dom.m_pFreeNodes};
+    dom.DeleteChildren(dom.m_pRoot);
+    EXPECT_EQ(tree_text(dom), "r[a=0]");
+    EXPECT_EQ(free_nodes(dom), expected);
+    EXPECT_EQ(free_attributes(dom), 4u);
+    dom.DeleteChildren(dom.m_pRoot);
+    EXPECT_EQ(free_nodes(dom), expected);
+}
+
+TEST(Document, CleanKeepsTheLiveStringsAlone) {
+    CVurlDOM dom;
+    ASSERT_EQ(dom.ReadDoc("<r><x a='1'>t</x><y/></r>"), 1);
+    CVurlElement x(&dom);
+    x.m_pNode = dom.m_pRoot->pFirstChild;
+    x.SetAttribute("a", "replaced", true);
+    x.SetData("also replaced");
+    const std::string before = tree_text(dom);
+    dom.Clean();
+    EXPECT_EQ(tree_text(dom), before);
+    const char expected[] = "r\0x\0also replaced\0a\0replaced\0y";
+    ASSERT_EQ(dom.m_pStringPool->nUsed, sizeof expected);
+    EXPECT_EQ(std::memcmp(dom.m_pStringPool + 1, expected, sizeof expected), 0);
+}
+
+TEST(Document, IsEmptyAfterFreeDOMWithNothingLeftOnAFreeList) {
+    CVurlDOM dom(8);
+    ASSERT_EQ(dom.ReadDoc("<r>\n<x a='1'/></r>"), 1);
+    dom.ReadDoc("<r>\n<x a='1'/></");
+    {
+        CVurlElementList list(&dom);
+        CVurlIterator it;
+        list.Add(&it);
+    }
+    EXPECT_NE(dom.m_pFreeListNodes, nullptr);
+    dom.FreeDOM(true);
+    EXPECT_EQ(dom.m_pFreeListNodes, nullptr);
+    EXPECT_EQ(dom.m_pFreeNodes, nullptr);
+    EXPECT_EQ(dom.m_pFreeAttributes, nullptr);
+    EXPECT_EQ(dom.m_pStringPool, nullptr);
+    EXPECT_EQ(dom.m_pObjectPool, nullptr);
+    EXPECT_EQ(dom.GetRootTagName(), nullptr);
+    EXPECT_EQ(dom.m_nDocStyle, DOCSTYLE_LF);
+    EXPECT_EQ(dom.m_nError, 5u);
+    EXPECT_EQ(dom.m_nNodeSize, sizeof(CVurlNode) + 8);
+    EXPECT_STREQ(dom.CreateDOM("again"), "again");
+}
+
+TEST(Document, CopiesAcrossDocumentsAndSharesStringsWithinOne) {
+    CVurlDOM one;
+    CVurlDOM two(4);
+    ASSERT_EQ(one.ReadDoc("<r a='1' b='2'>x<s/><t>u<!----></t></r>"), 1);
+    CVurlNode* copy = two.CopyNodeTree(one.m_pRoot, true);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(tree_text(copy), tree_text(one));
+    EXPECT_NE(copy->pszTagName, one.m_pRoot->pszTagName);
+    CVurlNode* shared = one.CopyNode(one.m_pRoot->pFirstChild->pNextSibling, false);
+    ASSERT_NE(shared, nullptr);
+    EXPECT_EQ(shared->pszData, one.m_pRoot->pFirstChild->pNextSibling->pszData);
+    EXPECT_EQ(shared->pParent, nullptr);
+    EXPECT_EQ(shared->pNextSibling, nullptr);
+}
+
+TEST(Document, CopiesDeletesAndCleansATreeOfAnyDepth) {
+    constexpr int kDepth = 100000;
+    CVurlDOM dom;
+    dom.CreateDOM("r");
+    CVurlIterator it;
+    it.BindToDOM(&dom);
+    for (int i = 0; i < kDepth; ++i)
+        ASSERT_EQ(it.InsertElement("e", VURL_LAST_CHILD), 1);
+    CVurlDOM other;
+    other.m_pRoot = other.CopyNodeTree(dom.m_pRoot, true);
+    dom.FreeDOM(false);
+    other.Clean();
+    int depth = 0;
+    for (const CVurlNode* node = other.m_pRoot; node->pFirstChild != nullptr; node = node->pFirstChild)
+        ++depth;
+    EXPECT_EQ(depth, kDepth);
+    other.DeleteChildren(other.m_pRoot);
+    EXPECT_EQ(free_nodes(other).size(), size_t{kDepth});
+}

@@ -1,0 +1,161 @@
+// What happens when memory runs out: this program fails one allocation after the other.
+#include "tests/xml/tree_text.h"
+#include <cerrno>
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they bring an allocator of their own
+
+namespace {
+
+long g_until_failure = -1; // allocations to go until one fails; -1: none fails
+
+// Fails allocation n (from 0) of the call; whether it got that far.
+template <class Call> bool fails_at(long n, Call call) {
+    g_until_failure = n;
+    call();
+    const bool failed = g_until_failure < 0;
+    g_until_failure = -1;
+    EXPECT_LT(n, 1000) << "never succeeds";
+    return failed && n < 1000;
+}
+
+size_t free_node_count(const CVurlDOM& dom) {
+    size_t count = 0;
+    for (const CVurlNode* node = dom.m_pFreeNodes; node != nullptr; node = node->pNextSibling)
+        ++count;
+    return count;
+}
+
+// Uses up what the document has, so that its next record or string needs a new block.
+void exhaust(CVurlDOM* dom) {
+    for (CVurlMemPool* pool : {dom->m_pStringPool, dom->m_pObjectPool}) {
+        for (; pool != nullptr; pool = pool->pNext)
+            pool->nUsed = pool->nSize;
+    }
+    dom->m_pFreeNodes = nullptr;
+    dom->m_pFreeAttributes = nullptr;
+}
+
+std::string many_elements() {
+    std::string text = "<a>";
+    for (int i = 0; i < 100; ++i)
+        text += "<b c='d'>e</b>";
+    return text + "</a>";
+}
+
+} // namespace
+
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* malloc(size_t size) {
+    if (g_until_failure >= 0 && g_until_failure-- == 0) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_malloc(size);
+}
+
+TEST(OutOfMemory, ReadingSucceedsOrEndsWithTheMemoryError) {
+    const std::string text = many_elements();
+    bool failed = true;
+    for (long n = 0; failed; ++n) {
+        CVurlDOM dom;
+        int result = 0;
+        failed = fails_at(n, [&] { result = dom.ReadDoc(text.c_str()); });
+        EXPECT_TRUE(failed || result == 1);
+        EXPECT_EQ(dom.m_nError, result == 1 ? 0u : 11u) << n;
+        EXPECT_EQ(dom.m_pRoot != nullptr, result == 1) << n;
+        EXPECT_TRUE(n != 0 || result == 0) << "the text's own block";
+    }
+}
+
+TEST(OutOfMemory, AFailedCopyLeavesNothingBehind) {
+    CVurlDOM source;
+    ASSERT_EQ(source.ReadDoc(many_elements().c_str()), 1);
+    bool failed = true;
+    for (long n = 0; failed; ++n) {
+        CVurlDOM dom;
+        dom.CreateDOM("r");
+        exhaust(&dom);
+        CVurlIterator it;
+        it.BindToDOM(&dom);
+        int result = 0;
+        failed =
+            fails_at(n, [&] { result = it.InsertCopyOfElement(CVurlElement(&source), VURL_LAST_CHILD); });
+        EXPECT_EQ(result, failed ? 0 : 1) << n;
+        if (failed) {
+            EXPECT_EQ(tree_text(dom), "r");
+            size_t carved = 0;
+            for (const CVurlMemPool* pool = dom.m_pObjectPool; pool->pNext != nullptr; pool = pool->pNext)
+                carved += pool->nUsed;
+            for (const CVurlAttribute* a = dom.m_pFreeAttributes; a != nullptr; a = a->pNext)
+                carved -= sizeof *a;
+            EXPECT_EQ(carved, free_node_count(dom) * sizeof(CVurlNode)) << "every record is on a free list";
+        }
+    }
+}
+
+TEST(OutOfMemory, CleanKeepsEveryString) {
+    bool failed = true;
+    for (long n = 0; failed; ++n) {
+        CVurlDOM dom;
+        ASSERT_EQ(dom.ReadDoc(many_elements().c_str()), 1);
+        const std::string before = tree_text(dom);
+        failed = fails_at(n, [&] { dom.Clean(); });
+        EXPECT_EQ(tree_text(dom), before) << n;
+    }
+}
+
+TEST(OutOfMemory, EditsReportItAndChangeNothing) {
+    constexpr int (*kEdits[])(CVurlIterator*) = {
+        [](CVurlIterator* it) { return it->InsertElement("n", VURL_NEXT_SIBLING); },
+        [](CVurlIterator* it) { return it->SetAttribute("n", "v") != nullptr ? 1 : 0; },
+        [](CVurlIterator* it) { return it->SetAttribute("c", "v") != nullptr ? 1 : 0; },
+        [](CVurlIterator* it) { return it->SetData("v") != nullptr ? 1 : 0; },
+        [](CVurlIterator* it) { return it->SetTagName("v") != nullptr ? 1 : 0; },
+        [](CVurlIterator* it) { return it->m_pDOM->WriteDoc(nullptr, 0) != nullptr ? 1 : 0; },
+    };
+    for (const auto edit : kEdits) {
+        bool failed = true;
+        for (long n = 0; failed; ++n) {
+            CVurlDOM dom;
+            ASSERT_EQ(dom.ReadDoc("<a><b c='d'>e</b></a>"), 1);
+            const std::string before = tree_text(dom);
+            exhaust(&dom);
+            CVurlIterator it;
+            it.BindToDOM(&dom);
+            it.ToChildElement();
+            int result = 0;
+            failed = fails_at(n, [&] { result = edit(&it); });
+            EXPECT_EQ(result, failed ? 0 : 1);
+            if (failed) {
+                EXPECT_EQ(tree_text(dom), before);
+            }
+        }
+    }
+}
+
+TEST(OutOfMemory, AListTakesAllOrReportsIt) {
+    CVurlDOM dom;
+    ASSERT_EQ(dom.ReadDoc(many_elements().c_str()), 1);
+    bool failed = true;
+    for (long n = 0; failed; ++n) {
+        CVurlElementList list(&dom);
+        CVurlIterator it;
+        it.BindToDOM(&dom);
+        it.ToChildElement();
+        unsigned added = 0;
+        failed = fails_at(n, [&] {
+            do
+                added += static_cast<unsigned>(list.Add(&it));
+            while (it.ToNextElement() != 0);
+        });
+        EXPECT_EQ(list.m_nCount, added);
+        it.ToFirstElement();
+        do
+            list.Add(&it);
+        while (it.ToNextElement() != 0);
+        EXPECT_EQ(list.m_nCount, 100u) << "duplicates are found with and without the index";
+    }
+}
+#endif

@@ -1,0 +1,272 @@
+#include "tests/xml/tree_text.h"
+#include <cstring>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace {
+
+std::string repeat(const char* piece, int count) {
+    std::string text;
+    while (count-- > 0)
+        text += piece;
+    return text;
+}
+
+} // namespace
+
+TEST(Parser, BuildsTheTreeOfEachText) {
+    const struct {
+        const char* text;
+        const char* tree;
+    } cases[] = {
+        {"<a/>", "a"},
+        {"<a></a>", "a"},
+        {"<a> </a>", "a' '"},
+        {"<?xml version=\"1.0\"?><!-- c --><r x='1' y=\"a&amp;b\">t&lt;u</r>trailing<", "r[x=1,y=a&b]'t<u'"},
+        {"\xEF\xBB\xBFjunk<a\n b\t= \"1\"c='2'\xC2\xA0 />", "a[b=1,c=2]"},
+        {"<a>x<b/>y<c>z</c>w</a>", "a(b,c'z')"},
+        {"<a>x<!--c-->y</a>", "a'x'"},
+        {"<a>x<?p <&lt;?>y</a>", "a'x'"},
+        {"<a b='\"' c=\"'<>\"/>", "a[b=\",c='<>]"},
+        {"<a>&amp;&lt;&gt;&quot;&apos;&amp;lt;</a>", "a'&<>\"'&lt;'"},
+        {"<a>x&#65;y & z&</a>", "a'x&#65;y & z&'"},
+        {"<!DOCTYPE><a/></!DOCTYPE>", "!DOCTYPE(a)"},
+        {"< b='c'></>", "[b=c]"},
+        {"<a>1<![CDATA[<&amp;>]]>2&gt;3</a>", "a'1<![CDATA[<&amp;>]]>2>3'"},
+        {"<a><![CDATA[]]></a>", "a'<![CDATA[]]>'"},
+        {"<a><b/>&lt;<![CDATA[x]]>y</a>", "a(b)"},
+        {"<a><!--><b/>--><c/></a>", "a(c)"},
+        {"<a>\xC3\xA9\x80\xFF</a>", "a'\xC3\xA9\x80\xFF'"},
+    };
+    for (const auto& c : cases) {
+        CVurlDOM dom;
+        EXPECT_EQ(dom.ReadDoc(c.text), 1) << c.text;
+        EXPECT_EQ(tree_text(dom), c.tree) << c.text;
+        EXPECT_EQ(dom.m_nDocSize, 0u) << c.text;
+    }
+}
+
+// Existing files count on both: what follows an entity of a text moves left, and a "&" that begins no entity
+// then leaves the byte it meets.
+TEST(Parser, DropsABareAmpersandBehindAnEntity) {
+    CVurlDOM dom;
+    ASSERT_EQ(dom.ReadDoc("<a>&lt;x&y</a>"), 1);
+    EXPECT_STREQ(dom.m_pRoot->pszData, "<xty");
+}
+
+TEST(Parser, MovesASectionAlongWithTheTextBeforeIt) {
+    CVurlDOM dom;
+    ASSERT_EQ(dom.ReadDoc("<a>1&lt;2<![CDATA[<&lt;>]]>x & y&gt;<![CDATA[z]]>.</a>"), 1);
+    EXPECT_STREQ(dom.m_pRoot->pszData, "1<2<![CDATA[<&lt;>]]>x & y><![CDATA[z]]>.");
+}
+
+TEST(Parser, ReportsTheFirstFaultAndWhereItStopped) {
+    const struct {
+        std::string text;
+        unsigned code;
+        unsigned offset;
+        const char* description;
+    } cases[] = {
+        {"", 1, 0, "Incomplete XML document"},
+        {"text", 1, 4, "Incomplete XML document"},
+        {"<a>", 1, 3, "Incomplete XML document"},
+        {"<?p", 1, 3, "Incomplete XML document"},
+        {repeat("<e>", 65) + repeat("</e>", 65), 2, 65 * 3 + 64 * 4, "Tree is too deep"},
+        {repeat("<e>", 65) + "<f>", 2, 65 * 3 + 2, "Tree is too deep"},
+        {repeat("<e>", 65) + "x", 1, 65 * 3 + 1, "Incomplete XML document"},
+        {repeat("<e>", 64) + "<f></f>", 6, 64 * 3 + 7, "Mismatched end tag"},
+        {"</a>", 3, 4, "Unexpected end tag"},
+        {"<a", 5, 2, "Unterminated tag"},
+        {"<a></a x>", 5, 7, "Unterminated tag"},
+        {"<a></a/>", 5, 6, "Unterminated tag"},
+        {"<a><b></a>", 6, 10, "Mismatched end tag"},
+        {"<a></A>", 6, 7, "Mismatched end tag"},
+        {"<a><!-- x</a>", 7, 4, "Unterminated comment"},
+        {"<!-->", 7, 1, "Unterminated comment"},
+        {"<a x/>", 8, 4, "Unterminated attribute"},
+        {"<a b=\"x'>", 8, 9, "Unterminated attribute"},
+        {"<a=\"v\"/>", 8, 2, "Unterminated attribute"},
+        {"<a\xC3\xA9=\"v\"/>", 8, 2, "Unterminated attribute"},
+        {"<a x\xC3=\"v\"/>", 8, 4, "Unterminated attribute"},
+        {"<a x= 1/>", 10, 6, "Missing attribute value"},
+        {"<a / >", 12, 3, "Invalid tag syntax"},
+        {"<a><![CDATA[x]]</a>", 13, 4, "Unknown error"},
+    };
+    for (const auto& c : cases) {
+        CVurlDOM dom;
+        EXPECT_EQ(dom.ReadDoc(c.text.c_str()), 0) << c.text;
+        EXPECT_EQ(dom.m_nError, c.code) << c.text;
+        EXPECT_EQ(dom.m_nDocSize, c.offset) << c.text;
+        EXPECT_STREQ(dom.GetErrorDescription(), c.description) << c.text;
+        EXPECT_EQ(dom.m_pRoot, nullptr) << c.text;
+    }
+}
+
+// Every prefix, in a buffer of its own length, so that a sanitizer sees a byte read too far.
+TEST(Parser, FailsOnEachCutTextWithTheCodeOfItsPlace) {
+    const std::string text = "<a b=\"c\">&lt;<![CDATA[d]]><!--e--></a>";
+    const struct {
+        unsigned code;
+        unsigned upto; // longest prefix that gives it
+    } ladder[] = {{1, 0},   {5, 3},  {8, 4},  {10, 5}, {8, 7},  {5, 8},  {1, 13}, {5, 21},
+                  {13, 25}, {1, 26}, {5, 29}, {7, 33}, {1, 34}, {5, 37}, {0, 38}};
+    unsigned length = 0;
+    for (const auto& step : ladder) {
+        for (; length <= step.upto; ++length) {
+            CVurlDOM dom;
+            std::memcpy(dom.CreateDocBuffer(length), text.data(), length);
+            EXPECT_EQ(dom.ReadDoc(), step.code == 0) << length;
+            EXPECT_EQ(dom.m_nError, step.code) << length;
+        }
+    }
+    EXPECT_EQ(length, text.size() + 1);
+}
+
+TEST(Parser, EndsAtAZeroByteWhereverItStands) {
+    const std::string text = "<a b=\"c\"><d>e</d></a>";
+    for (size_t zero = 0; zero < text.size(); ++zero) {
+        std::string cut = text;
+        cut[zero] = '\0';
+        CVurlDOM dom;
+        std::memcpy(dom.CreateDocBuffer(static_cast<unsigned>(cut.size())), cut.data(), cut.size());
+        EXPECT_EQ(dom.ReadDoc(), 0) << zero;
+        CVurlDOM prefix;
+        prefix.ReadDoc(cut.c_str());
+        EXPECT_EQ(dom.m_nError, prefix.m_nError) << zero;
+        EXPECT_EQ(dom.m_nDocSize, prefix.m_nDocSize) << zero;
+    }
+}
+
+// Long tokens, at every offset to a word, with a text that fills its block to the last byte.
+TEST(Parser, FindsTheEndOfTokensOfEveryLength) {
+    for (size_t length = 0; length < 70; ++length) {
+        const std::string token(length, 'x');
+        const std::string name = "n" + token;
+        std::string text =
+            "<" + name + " " + name + "=\"" + token + "\">" + token + "&amp;" + token + "</" + name + ">";
+        CVurlDOM dom;
+        const size_t total = (text.size() / 256 + 1) * 256 - 1;
+        text.insert(0, total - text.size(), ' ');
+        std::memcpy(dom.CreateDocBuffer(static_cast<unsigned>(total)), text.data(), total);
+        ASSERT_EQ(dom.m_pStringPool->Remaining(), 0u);
+        ASSERT_EQ(dom.ReadDoc(), 1) << text;
+        EXPECT_EQ(tree_text(dom), name + "[" + name + "=" + token + "]'" + token + "&" + token + "'");
+    }
+}
+
+TEST(Parser, AllowsSixtyFourOpenElementsAndAnEmptyOneInside) {
+    CVurlDOM dom;
+    ASSERT_EQ(dom.ReadDoc((repeat("<e>", 64) + "<f/>" + repeat("</e>", 64)).c_str()), 1);
+    const CVurlNode* node = dom.m_pRoot;
+    int depth = 0;
+    while (node->pFirstChild != nullptr) {
+        node = node->pFirstChild;
+        ++depth;
+    }
+    EXPECT_EQ(depth, 64);
+    EXPECT_STREQ(node->pszTagName, "f");
+}
+
+TEST(Parser, KeepsTheLastErrorAfterASuccess) {
+    CVurlDOM dom;
+    EXPECT_EQ(dom.ReadDoc(), 0); // no buffer at all
+    EXPECT_EQ(dom.m_nError, 1u);
+    EXPECT_EQ(dom.ReadDoc("<a>&</b>"), 0);
+    EXPECT_EQ(dom.ReadDoc("<a/>"), 1);
+    EXPECT_STREQ(dom.GetErrorDescription(), "Mismatched end tag");
+}
+
+TEST(Parser, NeedsABufferThatEnds) {
+    CVurlDOM dom;
+    std::memset(dom.AllocString(256u), 'x', 256);
+    EXPECT_EQ(dom.ReadDoc(), 0);
+    EXPECT_EQ(dom.m_nError, 1u);
+}
+
+// The text stays in place: one block for it, one for the records, which are carved in document order with one
+// node and one attribute ahead of need.
+TEST(Parser, BuildsInTwoBlocksWithoutCopying) {
+    const std::string text = "<a b='1' c='2'><d/></a>" + std::string(1000, ' ');
+    CVurlDOM dom;
+    char* buffer = dom.CreateDocBuffer(static_cast<unsigned>(text.size()));
+    EXPECT_EQ(dom.m_pStringPool->nSize, 1024u);
+    EXPECT_EQ(dom.m_pStringPool->nUsed, text.size() + 1);
+    EXPECT_EQ(dom.m_pObjectPool->nSize, 1024u);
+    std::memcpy(buffer, text.data(), text.size());
+    ASSERT_EQ(dom.ReadDoc(), 1);
+    EXPECT_EQ(dom.m_pRoot->pszTagName, buffer + 1);
+    EXPECT_EQ(dom.m_pRoot->pFirstAttribute->pszValue, buffer + 6);
+    EXPECT_EQ(dom.m_pStringPool->nUsed, text.size() + 1);
+    EXPECT_EQ(dom.m_pObjectPool->nUsed, 3 * sizeof(CVurlNode) + 3 * sizeof(CVurlAttribute));
+    EXPECT_EQ(reinterpret_cast<char*>(dom.m_pRoot), reinterpret_cast<char*>(dom.m_pObjectPool + 1));
+    EXPECT_EQ(reinterpret_cast<char*>(dom.m_pRoot->pFirstAttribute),
+              reinterpret_cast<char*>(dom.m_pRoot + 1));
+    ASSERT_NE(dom.m_pFreeNodes, nullptr);
+    EXPECT_EQ(dom.m_pFreeNodes->pNextSibling, nullptr);
+    ASSERT_NE(dom.m_pFreeAttributes, nullptr);
+    EXPECT_EQ(dom.m_pFreeAttributes->pNext, nullptr);
+}
+
+TEST(Parser, DescribesEachSelectionError) {
+    const char* const texts[] = {"",
+                                 "Invalid Character in xpath",
+                                 "Reserved word in xpath",
+                                 "Malformed xpath expression",
+                                 "No match found",
+                                 "Unsupported xpath exression",
+                                 "Unknown error"};
+    CVurlDOM dom;
+    for (const char* text : texts) {
+        EXPECT_STREQ(dom.GetXPathErrorDescription(), text);
+        ++dom.m_nXPathError;
+    }
+}
+
+TEST(Scanners, SayWhatStoppedThem) {
+    const struct {
+        const char* text;
+        char stop; // of a text; 0 for a name
+        int result;
+        size_t offset;
+        const char* token;
+    } cases[] = {
+        {"ab>c", 0, '>', 2, "ab"},
+        {"ab \r\n/", 0, '/', 5, "ab"},
+        {"a\xC3z", 0, -61, 1, "a"},
+        {"ab", 0, 0, 2, "ab"},
+        {"a \x80", 0, -128, 2, "a"},
+        {"a&lt;b;c", ';', ';', 7, "a<b"},
+        {"&am;&amp", 0x1A, 0, 8, "&am;&amp"},
+        {"x\xE9y", '\xE9', -23, 2, "x"},
+    };
+    for (const auto& c : cases) {
+        CVurlDOM dom;
+        std::string text = c.text;
+        char* position = text.data();
+        EXPECT_EQ(c.stop == 0 ? dom.ParseXMLToken(&position) : dom.ParseXMLData(&position, c.stop), c.result)
+            << c.text;
+        EXPECT_EQ(position, text.data() + c.offset) << c.text;
+        EXPECT_STREQ(text.c_str(), c.token) << c.text;
+    }
+}
+
+TEST(LayoutScan, LooksAtTheTextUpToTheThirdTag) {
+    const struct {
+        const char* text;
+        unsigned style;
+    } cases[] = {
+        {"<a/>", 0},
+        {"\xEF\xBB\xBF<a/>", DOCSTYLE_BOM},
+        {"<a>\n\t<b/></a>", DOCSTYLE_LF | DOCSTYLE_TABS},
+        {"<a>\r\n <b/></a>", DOCSTYLE_LF | DOCSTYLE_CRLF | DOCSTYLE_SPACES},
+        {"<a>\n\n <b/>\n\t<c/></a>", DOCSTYLE_LF | DOCSTYLE_SPACES | DOCSTYLE_TABS},
+        {"<a><b><c>\n\t</c></b></a>", 0},
+        {"<?p?><!--\n-->\n<a/>", DOCSTYLE_LF},
+        {"<\n\t/>", DOCSTYLE_TABS}, // the line feed is the tag's first byte
+    };
+    for (const auto& c : cases) {
+        CVurlDOM dom;
+        dom.ScanForDocStyle(c.text);
+        EXPECT_EQ(dom.m_nDocStyle, c.style) << c.text;
+    }
+}

@@ -1,0 +1,38 @@
+// A tree as one line, for comparing: name[attribute=value,...]'text'(children...), each part only where
+// present.
+#ifndef KALTO_TESTS_XML_TREE_TEXT_H
+#define KALTO_TESTS_XML_TREE_TEXT_H
+
+#include <kalto/xml.h>
+#include <string>
+
+inline std::string tree_text(const CVurlNode* node) {
+    if (node == nullptr)
+        return "-";
+    std::string text = node->pszTagName;
+    const char* before = "[";
+    for (const CVurlAttribute* a = node->pFirstAttribute; a != nullptr; a = a->pNext, before = ",")
+        text += std::string(before) + a->pszName + "=" + a->pszValue + (a->pNext == nullptr ? "]" : "");
+    if (node->pszData != nullptr)
+        text += std::string("'") + node->pszData + "'";
+    before = "(";
+    for (const CVurlNode* c = node->pFirstChild; c != nullptr; c = c->pNextSibling, before = ",") {
+        text += before + (c->pParent == node ? tree_text(c) : std::string("wrong parent"));
+        text += c->pNextSibling == nullptr ? ")" : "";
+    }
+    return text;
+}
+
+inline std::string tree_text(const CVurlDOM& dom) {
+    return tree_text(dom.m_pRoot);
+}
+
+// The document as the writer puts it, without the declaration.
+inline std::string written(CVurlDOM* dom) {
+    constexpr size_t kDeclaration = sizeof "<?xml version=\"1.0\" encoding=\"UTF-8\"?>" - 1;
+    unsigned size = 0;
+    const char* text = dom->WriteDoc(&size, 0);
+    return text == nullptr ? "" : std::string(text, size).substr(kDeclaration);
+}
+
+#endif

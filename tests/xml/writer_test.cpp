@@ -1,0 +1,107 @@
+#include "tests/xml/tree_text.h"
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+
+} // namespace
+
+TEST(Writer, KeepsTheLayoutOfEachDocument) {
+    const struct {
+        const char* text;
+        const char* written;
+    } cases[] = {
+        {"<r a='1'><x>1</x><y/></r>", "<r a=\"1\"><x>1</x><y/></r>"},
+        {"<r v='a&lt;b'>\n\t<x>1</x>\n\n<y/></r>\n", "\n<r v=\"a&lt;b\">\n\t<x>1</x>\n\t<y/>\n</r>"},
+        {"<r>\r\n  <x><y><z/></y></x><w/></r>",
+         "\r\n<r>\r\n <x>\r\n  <y>\r\n   <z/>\r\n  </y>\r\n </x>\r\n <w/>\r\n</r>"},
+        {"<r>\n<x/></r>", "\n<r>\n<x/>\n</r>"},
+        {"<r>\n \n\t<x/></r>", "\n<r>\n\t<x/>\n</r>"}, // tabs win
+        {"<r\n/>", "\n<r/>"},
+        {"<r>x & \"y\" 'z' ></r>", "<r>x &amp; &quot;y&quot; &apos;z&apos; &gt;</r>"},
+        {"<r>a<![CDATA[<\"&>]]>b&gt;<![CDATA[]]></r>", "<r>a<![CDATA[<\"&>]]>b&gt;<![CDATA[]]></r>"},
+        {"<r>&lt;![CDATA[x]]</r>", "<r>&lt;![CDATA[x]]</r>"},
+        {"<r a='<![CDATA[<>]]><'/>", "<r a=\"<![CDATA[<>]]>&lt;\"/>"},
+        {"<r a='<![CDATA[\"]]>'/>", "<r a=\"&lt;![CDATA[&quot;]]&gt;\"/>"},
+        {"<r a='<![CDATA[&lt;]]>' b='<![CDATA[&amp;lt;]]>'/>",
+         "<r a=\"<![CDATA[<]]>\" b=\"&lt;![CDATA[&amp;lt;]]&gt;\"/>"},
+        {"< />", "< />"},
+        {"< a=''/>", "< a=\"\"/>"},
+    };
+    for (const auto& c : cases) {
+        CVurlDOM first;
+        ASSERT_EQ(first.ReadDoc(c.text), 1) << c.text;
+        EXPECT_EQ(written(&first), c.written) << c.text;
+        CVurlDOM second;
+        EXPECT_EQ(second.ReadDoc(first.m_pDocBuffer), 1) << c.text;
+        EXPECT_EQ(tree_text(second), tree_text(first)) << c.text;
+    }
+}
+
+TEST(Writer, WritesTheMarkAndLeavesTheDeclarationOutOnRequest) {
+    CVurlDOM dom;
+    ASSERT_EQ(dom.ReadDoc("\xEF\xBB\xBF<r/>"), 1);
+    unsigned size = 0;
+    EXPECT_EQ(dom.WriteDoc(&size, 0), std::string("\xEF\xBB\xBF") + kDeclaration + "<r/>");
+    dom.m_nDocStyle |= DOCSTYLE_NO_DECL;
+    EXPECT_STREQ(dom.WriteDoc(nullptr, 0), "\xEF\xBB\xBF<r/>");
+}
+
+TEST(Writer, ReservesRoomBeforeTheText) {
+    CVurlDOM dom;
+    ASSERT_STREQ(dom.CreateDOM("r"), "r");
+    unsigned size = 0;
+    const char* buffer = dom.WriteDoc(&size, 4);
+    EXPECT_EQ(buffer, dom.m_pDocBuffer);
+    EXPECT_EQ(std::string(buffer + 4), std::string(kDeclaration) + "<r/>");
+    EXPECT_EQ(size, std::strlen(buffer + 4));
+    EXPECT_EQ(dom.m_nDocSize, size);
+}
+
+TEST(Writer, WritesNothingForAnEmptyDocument) {
+    CVurlDOM dom;
+    ASSERT_STREQ(dom.CreateDOM("r"), "r");
+    ASSERT_NE(dom.WriteDoc(nullptr, 0), nullptr);
+    dom.m_pRoot = nullptr;
+    unsigned size = 1;
+    EXPECT_EQ(dom.WriteDoc(&size, 8), nullptr);
+    EXPECT_EQ(size, 0u);
+    EXPECT_EQ(dom.m_pDocBuffer, nullptr);
+}
+
+TEST(Writer, WritesAnyDepthWithIndentationThatStopsGrowing) {
+    constexpr int kDepth = 100000;
+    CVurlDOM dom;
+    dom.CreateDOM("r");
+    CVurlIterator it;
+    it.BindToDOM(&dom);
+    for (int i = 0; i < kDepth; ++i)
+        ASSERT_EQ(it.InsertElement("e", VURL_FIRST_CHILD), 1);
+    dom.m_nDocStyle = DOCSTYLE_LF | DOCSTYLE_TABS;
+    const std::string text = written(&dom);
+    const std::string at_64 = "\n" + std::string(64, '\t');
+    EXPECT_NE(text.find("\n" + std::string(63, '\t') + "<e>" + at_64 + "<e>" + at_64 + "<e>"),
+              std::string::npos);
+    EXPECT_EQ(text.find(std::string(65, '\t')), std::string::npos);
+    EXPECT_EQ(text.substr(text.size() - 11), "\n\t</e>\n</r>");
+}
+
+// The pieces reach whichever sink is selected, also one piece at a time.
+TEST(Writer, SendsPiecesToTheSelectedSink) {
+    CVurlDOM dom;
+    dom.Output("lost: no sink is selected");
+    dom.m_pfnOutput = &CVurlDOM::AccumulateDocSize;
+    dom.OutputWithEntityConversion("a<b");
+    EXPECT_EQ(dom.m_nDocSize, 6u);
+    char buffer[64] = {};
+    dom.m_pOutputCursor = buffer;
+    dom.m_pfnOutput = &CVurlDOM::SendOutputToDocBuffer;
+    dom.Output("x", 1);
+    dom.OutputWithEntityConversion("<![CDATA[\"]]>&");
+    EXPECT_STREQ(buffer, "x<![CDATA[\"]]>&amp;");
+    dom.m_nDocSize = 0xFFFFFFF0u;
+    dom.AccumulateDocSize("", 0x20u);
+    EXPECT_EQ(dom.m_nDocSize, 0xFFFFFFFFu);
+}
