@@ -10,6 +10,8 @@ CVurlIterator::CVurlIterator()
 
 // Deliberate: the traversal fields keep their values, so that a walk can be moved to another place.
 CVurlIterator& CVurlIterator::operator=(const CVurlIterator& other) {
+    if (this == &other)
+        return *this;
     m_pDOM = other.m_pDOM;
     m_pNode = other.m_pNode;
     m_nDepth = other.m_nDepth;
