@@ -9,7 +9,7 @@
  * the parameter that the input buffer selects. */
 #ifndef CTL_CODE
 #define CTL_CODE(device, function, method, access)                                                           \
-    (((DWORD)(device) << 16) | ((DWORD)(access) << 14) | ((DWORD)(function) << 2) | (DWORD)(method))
+    ((device)*0x10000u | (access)*0x4000u | (function)*4u | (method))
 #endif
 #define FILE_DEVICE_HAL 0x00000101
 #define METHOD_BUFFERED 0
