@@ -14,6 +14,7 @@
 #include <kalto/types.h>
 
 class CVurlDOM;
+class CVurlElementList;
 class CVurlIterator;
 
 /* Where InsertNode puts a new element, seen from the iterator's current element. */
@@ -228,6 +229,17 @@ class KALTO_API CVurlElement {
     /* Sets the attribute as src has it. Where src lacks it: within one document nothing changes and the
      * result is 0; from another document the attribute is deleted here. */
     const char* CopyAttribute(const CVurlElement* src, const char* name);
+
+    /* Select elements by an expression (<kalto/xpath.h> says which there are), starting from this element,
+     * and leave the outcome in the document's m_nXPathError: 0, or 4 for no match, or what was wrong with the
+     * expression. This element is the cursor of the selection and is left moved: at the root by an absolute
+     * path, at the topmost ancestor by ancestor:: and ancestor-or-self::, at the last child by descendant::,
+     * at the last sibling by following-sibling::. Select with a copy to keep the place. */
+
+    /* A new list, at its head and possibly empty, for the caller to delete; null for a wrong expression. */
+    CVurlElementList* selectNodes(const char* xpath);
+    /* The first element that selectNodes would list, or an iterator with all fields zero. */
+    CVurlIterator selectSingleNode(const char* xpath);
 };
 
 /* An element handle that moves through the tree and edits it. Moving results are 1, or 0 when there is
@@ -263,6 +275,10 @@ class KALTO_API CVurlIterator : public CVurlElement {
     int GetNextAttribute(const char** name, const char** value);
     /* The value on this element or on the nearest ancestor that has it, or null. */
     const char* GetAttributeInherit(const char* name) const;
+
+    /* As those of the element; the depth goes with the moves. */
+    CVurlElementList* selectNodes(const char* xpath);
+    CVurlIterator selectSingleNode(const char* xpath);
 
     /* A pre-order walk of the current element's descendants. BeginTraverseHere moves to the first one and
      * returns 1, or 0 when there is none. ContinueTraverse returns 1 when it has moved to the next one, 2

@@ -1,0 +1,253 @@
+// What expressions select, in which order, where they leave the context, and that they end.
+#include <gtest/gtest.h>
+#include <kalto/xml.h>
+#include <kalto/xpath.h>
+#include <memory>
+#include <string>
+
+namespace {
+
+// Elements are told apart by their attribute i.
+constexpr char kTree[] = "<r i='r'>"
+                         "<a i='1' x='1'><b i='2'>t</b><b i='3'>u</b><c i='4'/></a>"
+                         "<b i='5' y='2'><a i='6'><b i='7' x='2'>t</b><a i='8'/></a></b>"
+                         "<a i='9'/>"
+                         "<c i='10' x='1'><a i='11' x='3'><c i='12'>t</c></a></c>"
+                         "</r>";
+
+CVurlIterator find(CVurlDOM& document, const std::string& i) {
+    CVurlIterator it;
+    it.BindToDOM(&document);
+    if (i != "r") {
+        it.BeginTraverseHere();
+        while (i != it.GetAttribute("i") && it.ContinueTraverse() != 0) {
+        }
+    }
+    return it;
+}
+
+std::string ids(CVurlElementList* list) {
+    std::string text;
+    CVurlIterator it;
+    for (list->Head(); list->nextNode(&it) != 0;)
+        text += (text.empty() ? "" : " ") + std::string(it.GetAttribute("i"));
+    return text;
+}
+
+struct Case {
+    const char* context;
+    const char* expression;
+    const char* selected;
+    const char* moved_to; // null: the context stays
+};
+
+} // namespace
+
+TEST(XPathEvaluation, SelectsInTheOrderOfItsWalkAndLeavesTheContextWhereThatEnds) {
+    static const Case cases[] = {
+        {"r", "a", "1 9", nullptr},
+        {"r", "A", "", nullptr},
+        {"r", "a/b", "2 3", nullptr},
+        {"7", "/a", "1 9", "r"},
+        {"7", "/r", "", "r"}, // the root is never tested against the first step
+        {"7", "/a/b", "2 3", "r"},
+        {"r", "b/a/b", "7", nullptr},
+        {"r", "*", "1 5 9 10", nullptr},
+        {"r", "*/a", "1 9", nullptr}, // the step behind * is tested at the children themselves
+        {"r", "/*/*", "2 3 4 6 11", nullptr},
+        {"r", "*/*/*", "7 8 6 12 11", nullptr},
+        {"6", "//b", "2 3 5 7", "r"},
+        {"6", "//r", "r", "r"},
+        {"6", "//*", "1 5 9 10 2 3 4 6 7 8 11 12", "r"},
+        {"6", "//a/b", "2 3 7", "r"},
+        {"6", "/b//a", "6 8", "r"},
+        {"6", "b//b", "7", nullptr}, // b/b
+        {"r", "b//a", "6", nullptr},
+        // Where the rest of a path finds nothing below an element, it is tried at the element.
+        {"r", "a/a", "1 9", nullptr},
+        {"r", "b/a/a", "8", nullptr},
+        {"r", "//a/a/a", "1 8 9 11", nullptr},
+        {"r", "@i", "r", nullptr},
+        {"r", "//@x", "1 7 10 11", nullptr},
+        {"r", "a/@x", "1", nullptr},
+        {"r", "*/@x", "1 10", nullptr},
+        {"r", "*//a", "1 9", nullptr}, // */a
+        {"r", "/*//a", "1 6 8 9 11", nullptr},
+        {"r", "*/@x/a", "11", nullptr},
+        {"7", "..", "6", nullptr},
+        {"r", "..", "", nullptr},
+        {"7", "../..", "5", nullptr},
+        {"7", "../a", "6", nullptr},
+        {"7", "../b", "", nullptr},
+        {"5", "a/../b", "5", nullptr},
+        {"r", "*/a/..", "r", nullptr},
+        {"7", "ancestor::a", "6", "r"},
+        {"7", "ancestor::b", "5", "r"},
+        {"7", "ancestor-or-self::b", "7 5", "r"},
+        {"7", "ancestor-or-self::*", "7 8 6 1 5 9 10", "r"},
+        {"r", "ancestor::r", "", "r"},
+        {"r", "descendant::b", "2 3 5 7", "10"},
+        {"5", "descendant::*", "7 8", "6"},
+        {"r", "descendant::b/a", "6", "10"},
+        {"4", "descendant::a", "", nullptr},
+        {"1", "following-sibling::a", "9", "10"},
+        {"1", "following-sibling::*", "6 11", "10"},
+        {"10", "following-sibling::a", "", nullptr},
+        {"r", "following-sibling::a", "", nullptr},
+        {"10", "preceding-sibling::a", "1 9", nullptr},
+        {"9", "preceding-sibling::b/a", "6", nullptr},
+        {"r", "preceding-sibling::a", "", nullptr},
+        {"r", "a/ancestor::r", "", nullptr}, // an axis counts on the first step alone
+        {"7", "/ancestor::r", "", "r"},
+        {"7", "/", "", nullptr},
+        {"7", "//", "", "r"},
+        {"r", "a/2", "", nullptr},
+        {"r", "//a[@x]", "1 11", "r"},
+        {"r", "//a[@x='3']", "11", "r"},
+        {"r", "//*[@x='1']", "1 10", "r"},
+        {"r", "*[@x!='1']", "5 9", nullptr},
+        {"r", "//a[b]", "1 6", "r"},
+        {"r", "//a[b='u']", "1", "r"},
+        {"r", "//*[a='']", "", "r"},
+        {"r", "//a[b!='u']", "6", "r"},
+        {"r", "//a[b!='t']", "", "r"},
+        {"r", "a/*[@x='1']", "1", nullptr}, // none of the children has it; a itself has
+        // A predicate ends its path; a number behind it picks from all that was found.
+        {"r", "a[@x]/b", "1", nullptr},
+        {"r", "//a[@x][b]", "1 11", "r"},
+        {"r", "//a[@x]2", "11", "r"},
+        {"r", "//a[@x]3", "", "r"},
+        {"r", "//a[@x]0", "", "r"},
+        {"1", "[@x]", "", nullptr},
+        {"1", "[@x][b]", "1", nullptr},
+    };
+    CVurlDOM document;
+    ASSERT_EQ(document.ReadDoc(kTree), 1);
+    for (const Case& c : cases) {
+        CVurlIterator context = find(document, c.context);
+        const std::unique_ptr<CVurlElementList> list(context.selectNodes(c.expression));
+        ASSERT_TRUE(list) << c.expression;
+        EXPECT_EQ(ids(list.get()), c.selected) << c.expression;
+        EXPECT_EQ(document.m_nXPathError, *c.selected ? 0U : 4U) << c.expression;
+        EXPECT_STREQ(context.GetAttribute("i"), c.moved_to ? c.moved_to : c.context) << c.expression;
+        EXPECT_EQ(find(document, c.context).selectSingleNode(c.expression).m_pNode,
+                  list->m_pHead ? list->m_pHead->pIterator->m_pNode : nullptr)
+            << c.expression;
+    }
+}
+
+TEST(XPathEvaluation, UnequalIsNotTheOppositeOfEqual) {
+    static const struct {
+        const char* document;
+        const char* predicate;
+        bool equal, unequal;
+    } cases[] = {
+        {"<r><e/></r>", "@a", false, false},
+        {"<r><e b='1'/></r>", "@a", false, true},
+        {"<r><e a='1'/></r>", "@a", true, false},
+        {"<r><e a='2'/></r>", "@a", false, true},
+        {"<r><e/></r>", "a", false, false},
+        {"<r><e><b>1</b></e></r>", "a", false, false},
+        {"<r><e><a>1</a></e></r>", "a", true, false},
+        {"<r><e><a>2</a></e></r>", "a", false, true},
+        {"<r><e><a>2</a><a>1</a></e></r>", "a", true, false},
+        {"<r><e><a/></e></r>", "a", false, true},
+    };
+    for (const auto& c : cases) {
+        for (const bool equal : {true, false}) {
+            CVurlDOM document;
+            ASSERT_EQ(document.ReadDoc(c.document), 1);
+            const std::string expression = std::string("e[") + c.predicate + (equal ? "='1']" : "!='1']");
+            EXPECT_EQ(CVurlElement(&document).selectSingleNode(expression.c_str()).m_pNode != nullptr,
+                      equal ? c.equal : c.unequal)
+                << c.document << expression;
+        }
+    }
+}
+
+TEST(XPathEvaluation, MovesAPlainElementWithoutTouchingWhatLiesBehindIt) {
+    CVurlDOM document;
+    ASSERT_EQ(document.ReadDoc(kTree), 1);
+    struct {
+        CVurlElement element;
+        unsigned char behind[16];
+    } guarded;
+    memset(guarded.behind, 0xA5, sizeof guarded.behind);
+    for (const char* expression :
+         {"/a", "ancestor::r", "descendant::a", "following-sibling::a", "//@x", ".."}) {
+        static_cast<CVurlElement&>(guarded.element) = find(document, "5");
+        delete guarded.element.selectNodes(expression);
+        EXPECT_TRUE(guarded.element.m_pNode && guarded.element.m_pDOM == &document) << expression;
+        for (const unsigned char byte : guarded.behind)
+            ASSERT_EQ(byte, 0xA5) << expression;
+    }
+}
+
+TEST(XPathEvaluation, DepthsOfAnIteratorAndOfTheResultsGoWithTheMoves) {
+    CVurlDOM document;
+    ASSERT_EQ(document.ReadDoc(kTree), 1);
+    const CVurlIterator seven = find(document, "7");
+    CVurlIterator bound;
+    bound.SetSubRoot(&document, seven.m_pNode);
+    EXPECT_EQ(bound.selectSingleNode("..").m_nDepth, -1);
+    EXPECT_EQ(bound.m_nDepth, 0);
+    bound.selectSingleNode("ancestor::r");
+    EXPECT_EQ(bound.m_nDepth, -3);
+    EXPECT_EQ(bound.selectSingleNode("//c/a/c").m_nDepth, 3);
+    EXPECT_EQ(bound.m_nDepth, 0);
+    CVurlElement plain = seven;
+    EXPECT_EQ(plain.selectSingleNode("..").m_nDepth, 2);
+    const char *name, *value;
+    CVurlIterator found = plain.selectSingleNode("@x");
+    ASSERT_EQ(found.GetCurrentAttribute(&name, &value), 1);
+    EXPECT_STREQ(value, "2");
+}
+
+TEST(XPathEvaluation, TellsAWrongExpressionFromNoMatch) {
+    CVurlDOM document;
+    ASSERT_EQ(document.ReadDoc(kTree), 1);
+    CVurlElement root(&document);
+    EXPECT_EQ(root.selectNodes("a[1]"), nullptr);
+    EXPECT_STREQ(document.GetXPathErrorDescription(), "Unsupported xpath exression");
+    EXPECT_EQ(root.selectNodes(nullptr), nullptr);
+    EXPECT_STREQ(document.GetXPathErrorDescription(), "Malformed xpath expression");
+    EXPECT_EQ(root.selectSingleNode("a$").m_pDOM, nullptr);
+    EXPECT_STREQ(document.GetXPathErrorDescription(), "Invalid Character in xpath");
+    CVurlIterator nothing = root.selectSingleNode("z");
+    EXPECT_TRUE(nothing.m_pNode == nullptr && nothing.m_pDOM == nullptr);
+    EXPECT_STREQ(document.GetXPathErrorDescription(), "No match found");
+    const std::unique_ptr<CVurlElementList> nowhere(CVurlElement().selectNodes("a"));
+    EXPECT_EQ(nowhere->m_nCount, 0U);
+    CVurlDOM empty;
+    const std::unique_ptr<CVurlElementList> none(CVurlElement(&empty).selectNodes("//a"));
+    EXPECT_EQ(none->m_nCount, 0U);
+    EXPECT_EQ(empty.m_nXPathError, 4U);
+}
+
+TEST(XPathEvaluation, TheEngineCanBeAskedStepByStep) {
+    CVurlDOM document;
+    ASSERT_EQ(document.ReadDoc(kTree), 1);
+    CVurlElement root(&document);
+    CVurlElementList list(&document);
+    CVurlXpath engine("zz/b[@x!='9']", &root, &list);
+    CVurlIterator six = find(document, "6");
+    CVurlXPParseList steps = engine.m_parseList;
+    steps.Head();
+    EXPECT_FALSE(engine.nextActionIsPredicate(steps));
+    steps.Next();
+    EXPECT_TRUE(engine.nextActionIsPredicate(steps));
+    EXPECT_EQ(engine.findPathMatch(steps, &six), 0);
+    EXPECT_EQ(engine.findNodes(steps, &six), 1);
+    EXPECT_EQ(ids(&list), "7");
+    CVurlIterator r = find(document, "r");
+    EXPECT_EQ(engine.DescSearch(steps, &r), 1);
+    EXPECT_EQ(ids(&list), "7 2 3 5");
+    steps.Next();
+    EXPECT_TRUE(engine.filterOnPredicateNotEqual(steps, &six));
+    EXPECT_FALSE(engine.filterOnPredicateEqual(steps, &six));
+    const CVurlIterator eight = find(document, "8");
+    EXPECT_TRUE(engine.IsDescendant(&r, &eight, false));
+    EXPECT_FALSE(engine.IsDescendant(&six, &r, true));
+    EXPECT_FALSE(engine.IsDescendant(&six, &six, false));
+    EXPECT_TRUE(engine.IsDescendant(&six, &six, true));
+}
