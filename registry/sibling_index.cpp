@@ -265,7 +265,7 @@ bool walk_to_place(CVurlNode* parent, const char* tag, const char* name, long li
             return false;
         const int order = compare(child, tag, name);
         if (order == 0)
-            place.match = child;
+            place = {child, nullptr};
         if (order >= 0)
             return true;
         place.before = child;

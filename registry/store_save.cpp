@@ -94,8 +94,9 @@ void SaveRegistry(void) {
     if (g_regDeletions)
         purge();
     // Nothing was written through it, so there is nothing to sync.
-    Descriptor(g_regFd).close();
+    Descriptor file(g_regFd);
     g_regFd = -1;
+    file.close();
     if (g_regDirty && write_document()) {
         remember_status();
         g_regDirty = false;
