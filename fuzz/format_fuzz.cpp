@@ -9,50 +9,34 @@
 
 namespace {
 
-template <typename Char> std::basic_string<Char> widened(const std::string& text) {
-    return {text.begin(), text.end()};
+std::string converted(char conversion, bool wide) {
+    const std::string from = wide ? "scSC" : "SC";
+    const char* const to[] = {wide ? "ls" : "s", wide ? "lc" : "c", "s", "c"};
+    const size_t place = from.find(conversion);
+    return place == from.npos ? std::string(1, conversion) : to[place];
 }
 
-std::string converted(char conversion) {
-    return conversion == 'C' ? "c" : conversion == 'S' ? "s" : std::string(1, conversion);
-}
-
-std::wstring converted(wchar_t conversion) {
-    switch (conversion) {
-    case L's':
-        return L"ls";
-    case L'c':
-        return L"lc";
-    case L'S':
-        return L"s";
-    case L'C':
-        return L"c";
-    default:
-        return std::wstring(1, conversion);
-    }
-}
-
-template <typename Char> std::basic_string<Char> expected(const std::basic_string<Char>& format) {
-    const auto flags = widened<Char>(" -+#.*012345679");
-    std::basic_string<Char> result;
+std::string expected(const std::string& format, bool wide) {
+    std::string result;
     size_t at = 0;
     while (at < format.size()) {
-        const size_t percent = format.find(Char{'%'}, at);
+        const size_t percent = format.find('%', at);
         const size_t conversion =
-            percent == format.npos ? format.npos : format.find_first_not_of(flags, percent + 1);
+            percent == format.npos ? percent : format.find_first_not_of(" -+#.*012345679", percent + 1);
         if (conversion == format.npos)
             return result + format.substr(at);
-        result += format.substr(at, conversion - at) + converted(format[conversion]);
+        result += format.substr(at, conversion - at) + converted(format[conversion], wide);
         at = conversion + 1;
     }
     return result;
 }
 
-template <typename Char> void check(const std::basic_string<Char>& format) {
+template <typename Char> void check(const std::string& format, bool wide) {
     const std::vector<Char> exact(format.c_str(), format.c_str() + format.size() + 1);
     std::vector<Char> rewritten(kalto::rewritten_size(format.size()));
     kalto::rewrite_format(exact.data(), rewritten.data());
-    if (std::basic_string<Char>(rewritten.data()) != expected(format))
+    const std::string model = expected(format, wide);
+    if (std::basic_string<Char>(rewritten.data()) != std::basic_string<Char>(model.begin(), model.end()))
         abort();
 }
 
@@ -64,8 +48,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(data + 1, data + size);
     const std::string format = text.substr(0, text.find('\0'));
     if (data[0] % 2 == 0)
-        check(format);
+        check<char>(format, false);
     else
-        check(widened<wchar_t>(format));
+        check<wchar_t>(format, true);
     return 0;
 }

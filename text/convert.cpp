@@ -17,6 +17,7 @@ namespace {
 
 constexpr auto kFailed = static_cast<size_t>(-1);
 constexpr size_t kPieceSize = 256;
+constexpr size_t kLongPieceSize = 8192;
 
 // One spelling for both directions.
 size_t convert_some(char* to, const wchar_t** from, size_t count, size_t limit, mbstate_t* state) {
@@ -162,7 +163,16 @@ size_t narrow_limited(const wchar_t* wide, char* out, size_t limit) {
 } // namespace kalto
 
 WCHAR* mymbstowcs(WCHAR* destination, const char* source) {
-    mbstowcs(destination, source, strlen(source) + 1);
+    // The limit is one more than the bytes of the source. No text has more characters than bytes, so the
+    // limit is never reached and they need not be counted.
+    WCHAR* to = destination;
+    mbstate_t state = {};
+    while (source != nullptr) {
+        const size_t converted = mbsrtowcs(to, &source, kLongPieceSize, &state);
+        if (converted == kFailed)
+            break;
+        to += converted;
+    }
     return destination;
 }
 

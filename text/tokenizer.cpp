@@ -16,6 +16,24 @@ std::unique_ptr<char[]> copy_of(const char* text) {
     return copy_of(text, strlen(text));
 }
 
+// Which characters a scan stops at. Made anew for each scan, which costs less than one look through the set
+// by the C library's strcspn.
+class StopSet {
+  public:
+    explicit StopSet(const char* characters) {
+        for (; *characters != '\0'; ++characters)
+            add(*characters);
+    }
+
+    void add(char c) { m_bits[index(c) / 32] |= uint32_t{1} << index(c) % 32; }
+    bool has(char c) const { return (m_bits[index(c) / 32] >> index(c) % 32 & 1) != 0; }
+
+  private:
+    static unsigned index(char c) { return static_cast<unsigned char>(c); }
+
+    uint32_t m_bits[8] = {};
+};
+
 } // namespace
 
 struct qrd_StringTokenizer::Token {
@@ -42,9 +60,12 @@ qrd_StringTokenizer::qrd_StringTokenizer(const char* input, const char* delimite
     : qrd_StringTokenizer(input, delimiters, false) {}
 
 qrd_StringTokenizer::qrd_StringTokenizer(const char* input, const char* delimiters, bool return_delimiters)
-    : m_working(copy_of(input)), m_pristine(copy_of(input)), m_delimiters(copy_of(delimiters)), m_position(0),
-      m_length(static_cast<uint32_t>(strlen(input))), m_return_delimiters(return_delimiters),
-      m_return_null_tokens(false) {}
+    : m_position(0), m_length(static_cast<uint32_t>(strlen(input))), m_return_delimiters(return_delimiters),
+      m_return_null_tokens(false) {
+    m_working = copy_of(input, m_length);
+    m_pristine = copy_of(input, m_length);
+    m_delimiters = copy_of(delimiters);
+}
 
 qrd_StringTokenizer::~qrd_StringTokenizer() = default;
 
@@ -55,12 +76,18 @@ void qrd_StringTokenizer::returnNullTokens(bool on) {
 // What strtok does from the given place: skips delimiters, then ends the token by a terminator in the working
 // copy. Terminators of earlier scans end the text.
 bool qrd_StringTokenizer::find(uint32_t from, Token& token) const {
-    char* const start = m_working.get() + from + strspn(m_working.get() + from, m_delimiters.get());
+    StopSet stops(m_delimiters.get());
+    char* start = m_working.get() + from;
+    while (stops.has(*start))
+        ++start;
     if (*start == '\0')
         return false;
-    const size_t length = strcspn(start, m_delimiters.get());
-    start[length] = '\0';
-    token = {static_cast<uint32_t>(start - m_working.get()), static_cast<uint32_t>(length)};
+    stops.add('\0');
+    char* end = start;
+    while (!stops.has(*end))
+        ++end;
+    *end = '\0';
+    token = {static_cast<uint32_t>(start - m_working.get()), static_cast<uint32_t>(end - start)};
     return true;
 }
 

@@ -1,6 +1,5 @@
 #include "text/convert.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <gtest/gtest.h>
@@ -9,6 +8,8 @@
 #include <vector>
 
 namespace {
+
+using namespace std::string_literals;
 
 // Each test runs in a process of its own, so the locale stays where a case puts it.
 void use_locale(const char* name) {
@@ -20,27 +21,27 @@ constexpr const char* kUtf8 = "C.UTF-8";
 
 TEST(Conversion, KeepsTheWholeTextWhateverItsLength) {
     use_locale(kUtf8);
-    for (size_t length : {0u, 1u, 84u, 85u, 86u, 255u, 256u, 257u, 5000u}) {
+    for (size_t length : {0u, 1u, 84u, 85u, 86u, 256u, 257u, 20000u}) {
         const std::wstring wide(length, L'\u20ac');
         std::string narrow = "left over";
-        ASSERT_TRUE(kalto::to_narrow(wide.c_str(), narrow));
-        EXPECT_EQ(narrow.size(), 3 * length);
         std::wstring back = L"left over";
-        ASSERT_TRUE(kalto::to_wide(narrow.c_str(), back));
+        ASSERT_TRUE(kalto::to_narrow(wide.c_str(), narrow) && kalto::to_wide(narrow.c_str(), back));
+        EXPECT_EQ(narrow.size(), 3 * length);
         EXPECT_EQ(back, wide);
+        std::vector<WCHAR> exported(length + 1, L'#');
+        EXPECT_EQ(mymbstowcs(exported.data(), narrow.c_str()), wide);
     }
 }
 
 TEST(Conversion, ReportsTextThatTheLocaleCannotExpress) {
     std::string narrow = "left over";
-    std::wstring wide = L"left over";
     use_locale(kC);
-    errno = 0;
     EXPECT_FALSE(kalto::to_narrow((std::wstring(300, L'a') + L"\u20ac").c_str(), narrow));
     EXPECT_EQ(errno, EILSEQ);
     EXPECT_EQ(narrow, "");
     use_locale(kUtf8);
     for (const char* broken : {"ab\xff", "\xc3", "ab\xe2\x82", "\xed\xa0\x80"}) {
+        std::wstring wide = L"left over";
         errno = 0;
         EXPECT_FALSE(kalto::to_wide(broken, wide)) << broken;
         EXPECT_EQ(errno, EILSEQ);
@@ -60,159 +61,105 @@ TEST(Conversion, TurnsBackslashesOfAPath) {
 
 TEST(Conversion, ExportedHelpersKeepTheirLimits) {
     use_locale(kUtf8);
-    WCHAR wide[8];
-    std::fill_n(wide, 8, L'#');
-    EXPECT_EQ(mymbstowcs(wide, "a\xc3\xbc"), wide);
-    EXPECT_EQ(std::wstring(wide, 4), std::wstring(L"a\u00fc\0#", 4));
-    const std::string untouched(8, '#');
-    std::string narrow = untouched;
-    EXPECT_EQ(mywcstombs(narrow.data(), L"abc"), narrow.data());
-    EXPECT_EQ(narrow, std::string("abc\0####", 8));
-    // Three characters and the terminator: four bytes, two whole characters, no terminator.
-    narrow = untouched;
-    mywcstombs(narrow.data(), L"\u00fc\u00fc\u00fc");
-    EXPECT_EQ(narrow, "\xc3\xbc\xc3\xbc####");
-    // The second character would pass the limit of three bytes.
-    narrow = untouched;
-    mywcstombs(narrow.data(), L"\u00fc\u00fc");
-    EXPECT_EQ(narrow, "\xc3\xbc######");
+    std::wstring wide = L"######";
+    EXPECT_EQ(mymbstowcs(wide.data(), "a\xc3\xbc"), wide.data());
+    EXPECT_EQ(wide, L"a\u00fc\0###"s);
+    const auto narrowed = [](const wchar_t* source) {
+        std::string narrow = "######";
+        EXPECT_EQ(mywcstombs(narrow.data(), source), narrow.data());
+        return narrow;
+    };
+    EXPECT_EQ(narrowed(L"abc"), "abc\0##"s);
+    EXPECT_EQ(narrowed(L"\u00fc\u00fc\u00fc"), "\xc3\xbc\xc3\xbc##"); // four bytes for three characters
+    EXPECT_EQ(narrowed(L"\u00fc\u00fc"), "\xc3\xbc####");             // the second would pass the limit
     use_locale(kC);
-    narrow = untouched;
-    mywcstombs(narrow.data(), L"a\u00fc");
-    EXPECT_EQ(narrow, "a#######");
+    EXPECT_EQ(narrowed(L"a\u00fc"), "a#####");
 }
+
+int convert(const WCHAR* source, int length, char* to, int size) {
+    BOOL used = 7;
+    const int result = WideCharToMultiByte(CP_UTF8, 0, source, length, to, size, "?", &used);
+    EXPECT_EQ(used, FALSE);
+    return result;
+}
+
+int convert(const char* source, int length, WCHAR* to, int size) {
+    return MultiByteToWideChar(CP_ACP, 0, source, length, to, size);
+}
+
+template <typename From, typename To> struct CountedCase {
+    const char* locale;
+    std::basic_string<From> source; // what is described, with the terminator only where that is
+    int length;
+    int size;
+    int result;
+    std::basic_string<To> written;
+};
 
 // The sources stand in blocks that end with the last described unit, so that the address sanitizer sees a
 // look beyond.
-template <typename Char> std::vector<Char> exact(const std::basic_string<Char>& text) {
-    return {text.begin(), text.end()};
+template <typename From, typename To, size_t count> void check(const CountedCase<From, To> (&cases)[count]) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.locale << " row " << &c - cases);
+        use_locale(c.locale);
+        const std::vector<From> source(c.source.begin(), c.source.end());
+        std::basic_string<To> to(12, To{'#'});
+        EXPECT_EQ(convert(source.data(), c.length, to.data(), c.size), c.result);
+        EXPECT_EQ(to, c.written + std::basic_string<To>(12 - c.written.size(), To{'#'}));
+    }
 }
 
-struct ToNarrowCase {
-    const char* locale;
-    std::wstring source; // with the terminator where one is described
-    int length;
-    int size;
-    int result;
-    std::string written;
-};
-
 TEST(CountedConversion, ToMultiByteFollowsItsRules) {
-    const std::wstring abc(L"abc\0", 4);
-    const std::wstring euro(L"\u20ac\0", 2);
-    const std::wstring mixed(L"a\u00fc\0", 3);
-    const ToNarrowCase cases[] = {
+    const CountedCase<wchar_t, char> cases[] = {
         // Size queries: the limit is the source length.
-        {kC, abc, -1, 0, 4, ""},
-        {kUtf8, abc, -1, 0, 4, ""},
-        {kC, L"abc", 3, 0, 3, ""},
-        {kC, L"abc", 2, 0, 2, ""},
-        {kC, abc, 4, 0, 4, ""},
-        {kC, std::wstring(L"ab\0cd", 5), 5, 0, 3, ""},
+        {kC, L"abc\0"s, -1, 0, 4, ""},
+        {kC, L"ab", 2, 0, 2, ""},
+        {kC, L"ab\0cd"s, 5, 0, 3, ""},
         {kC, L"", 0, 0, 0, ""},
-        {kC, std::wstring(L"\0", 1), -1, 0, 1, ""},
-        {kUtf8, euro, -1, 0, 2, ""},                             // 3 bytes, limit 2
-        {kUtf8, mixed, -1, 0, 3, ""},                            // 3 bytes, limit 3
-        {kUtf8, L"\u00fc\u00fc", 2, 0, 2, ""},                   // no terminator: always the limit
-        {kUtf8, std::wstring(L"\u00fc\0xy\0", 5), 5, 0, 2, ""},  // 2 bytes, and no zero at place 2
-        {kUtf8, std::wstring(L"\u00fc\0\0y\0", 5), 5, 0, 3, ""}, // 2 bytes, and a zero at place 2
         {kC, L"a\u00fc", 2, 0, -1, ""},
+        {kUtf8, L"\u20ac\0"s, -1, 0, 2, ""},     // three bytes, limit two
+        {kUtf8, L"\u00fc\u00fc", 2, 0, 2, ""},   // no terminator: always the limit
+        {kUtf8, L"\u00fc\0xy\0"s, 5, 0, 2, ""},  // two bytes, and no zero at place two
+        {kUtf8, L"\u00fc\0\0y\0"s, 5, 0, 3, ""}, // two bytes, and a zero at place two
         // Room for everything.
-        {kC, abc, -1, 10, 4, std::string("abc\0", 4)},
+        {kC, L"abc\0"s, -1, 10, 4, "abc\0"s},
         {kC, L"abc", 3, 10, 3, "abc"},
-        {kC, std::wstring(L"ab\0cd", 5), 5, 10, 3, std::string("ab\0", 3)},
-        {kUtf8, euro, -1, 10, 0, ""}, // the limit of two bytes does not hold one euro sign
-        {kUtf8, mixed, -1, 10, 3, "a\xc3\xbc"},
-        {kUtf8, std::wstring(L"\u00fc\0xyz", 5), 5, 10, 3, std::string("\xc3\xbc\0", 3)},
+        {kC, L"ab\0cd"s, 5, 10, 3, "ab\0"s},
+        {kUtf8, L"\u20ac\0"s, -1, 10, 0, ""}, // the limit of two bytes does not hold a euro sign
+        {kUtf8, L"\u00fc\0xyz"s, 5, 10, 3, "\xc3\xbc\0"s},
         // Short destinations.
-        {kC, abc, -1, 2, 2, "ab"},
-        {kC, abc, -1, 3, 3, "abc"},
-        {kUtf8, mixed, -1, 2, 2, "a"},     // one byte, then a zero one place after the one left over
-        {kUtf8, L"a\u00fc", 2, 2, 1, "a"}, // the same without a described zero
+        {kC, L"abc\0"s, -1, 3, 3, "abc"},
+        {kUtf8, L"a\u00fc\0"s, -1, 2, 2, "a"}, // a zero one place after the character left over
+        {kUtf8, L"a\u00fc", 2, 2, 1, "a"},     // the same without a described zero
         {kUtf8, L"a\u00fcx", 3, 2, 1, "a"},
-        {kUtf8, euro, -1, 1, 0, ""},
-        {kUtf8, L"a\u00fc", 2, 1, 1, "a"},
-        // What cannot be expressed is -1, whatever stands before it.
+        // What cannot be expressed is -1, whatever stands before it. A negative size describes no buffer.
         {kC, L"\u00fcx", 2, 10, -1, ""},
         {kC, L"ab\u00fc", 3, 10, -1, "ab"},
         {kC, L"ab\u00fc", 3, 2, 2, "ab"},
-        // A negative size describes no buffer.
-        {kC, abc, -1, -1, -1, ""},
-        {kC, abc, -1, -7, -7, ""},
+        {kC, L"abc\0"s, -1, -7, -7, ""},
     };
-    for (const ToNarrowCase& c : cases) {
-        SCOPED_TRACE(testing::Message()
-                     << c.locale << " length " << c.length << " size " << c.size << " row " << &c - cases);
-        use_locale(c.locale);
-        const auto source = exact(c.source);
-        char to[16];
-        std::fill_n(to, 16, '#');
-        BOOL used = 7;
-        EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, source.data(), c.length, to, c.size, "?", &used), c.result);
-        EXPECT_EQ(used, FALSE);
-        EXPECT_EQ(std::string(to, 16), c.written + std::string(16 - c.written.size(), '#'));
-    }
+    check(cases);
 }
 
-struct ToWideCase {
-    const char* locale;
-    std::string source;
-    int length;
-    int size;
-    int result;
-    std::wstring written;
-};
-
 TEST(CountedConversion, ToWideFollowsItsRules) {
-    const std::string abc("abc\0", 4);
-    const std::string umlaut("\xc3\xbc\0", 3);
-    const ToWideCase cases[] = {
-        {kC, abc, -1, 0, 4, L""},
-        {kC, "abc", 3, 0, 3, L""},
-        {kC, "abc", 2, 0, 2, L""},
-        {kC, "", 0, 0, 0, L""},
-        {kC, std::string("ab\0cd", 5), 5, 0, 3, L""},
-        {kUtf8, abc, -1, 0, 4, L""},
-        {kUtf8, umlaut, -1, 0, 1, L""}, // place 1 is the middle of the character
-        {kUtf8,
-         std::string("\xc3\xbc"
-                     "b\0",
-                     4),
-         -1, 0, 2, L""},
+    const CountedCase<char, wchar_t> cases[] = {
+        {kC, "abc\0"s, -1, 0, 4, L""},
+        {kC, "ab", 2, 0, 2, L""},
+        {kC, "ab\0cd"s, 5, 0, 3, L""},
+        {kUtf8, "\xc3\xbc\0"s, -1, 0, 1, L""}, // place one is the middle of the character
         {kUtf8, "\xc3\xbc", 2, 0, 1, L""},
-        {kUtf8,
-         "\xc3\xbc"
-         "b",
-         2, 0, 1, L""},
         {kUtf8, "\xc3", 1, 0, -1, L""},
-        {kUtf8, "a\xff", 2, 0, -1, L""},
-        {kC, abc, -1, 10, 4, std::wstring(L"abc\0", 4)},
-        {kC, "abc", 3, 10, 3, L"abc"},
-        {kC, abc, -1, 2, 2, L"ab"},
-        {kUtf8, umlaut, -1, 10, 2, std::wstring(L"\u00fc\0", 2)},
-        {kUtf8, umlaut, -1, 1, 1, L"\u00fc"},
-        {kUtf8, "\xc3\xbc", 2, 10, 1, L"\u00fc"},
-        {kUtf8,
-         "\xc3\xbc"
-         "bc",
-         3, 10, 2,
-         L"\u00fc"
-         L"b"},
+        {kC, "abc\0"s, -1, 10, 4, L"abc\0"s},
+        {kC, "abc", 3, 2, 2, L"ab"},
+        {kUtf8, "\xc3\xbc\0"s, -1, 10, 2, L"\u00fc\0"s},
+        {kUtf8, "\xc3\xbc\0"s, -1, 1, 1, L"\u00fc"},
+        {kUtf8, "b\xc3\xbc", 3, 10, 2, L"b\u00fc"},
         {kUtf8, "a\xc3", 2, 10, -1, L"a"},
         {kUtf8, "ab\xff", 3, 10, -1, L"ab"},
         {kUtf8, "ab\xff", 3, 2, 2, L"ab"},
-        {kC, abc, -1, -1, -1, L""},
+        {kC, "abc\0"s, -1, -1, -1, L""},
     };
-    for (const ToWideCase& c : cases) {
-        SCOPED_TRACE(testing::Message()
-                     << c.locale << " length " << c.length << " size " << c.size << " row " << &c - cases);
-        use_locale(c.locale);
-        const auto source = exact(c.source);
-        WCHAR to[16];
-        std::fill_n(to, 16, L'#');
-        EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, source.data(), c.length, to, c.size), c.result);
-        EXPECT_EQ(std::wstring(to, 16), c.written + std::wstring(16 - c.written.size(), L'#'));
-    }
+    check(cases);
 }
 
 } // namespace

@@ -1,11 +1,12 @@
-// What the tokenizer must do, on top of the C library's own scanner. For the random test and the fuzz target.
+// What the tokenizer must do, on top of the C library's own scanner, and a driver that compares the two. For
+// the random test and the fuzz target.
 #ifndef KALTO_TESTS_TOKENIZER_MODEL_H
 #define KALTO_TESTS_TOKENIZER_MODEL_H
 
 #include <cstring>
+#include <kalto/tokenizer.h>
 #include <memory>
 #include <string>
-#include <vector>
 
 // A token in brackets, so that none and an empty one differ. Takes the token over.
 inline std::string taken(char* token) {
@@ -13,87 +14,96 @@ inline std::string taken(char* token) {
     return token == nullptr ? "<null>" : std::string("[") + token + "]";
 }
 
-class TokenizerModel {
-  public:
-    TokenizerModel(std::string input, std::string delimiters, bool return_delimiters)
-        : m_pristine(std::move(input)), m_delimiters(std::move(delimiters)),
-          m_return_delimiters(return_delimiters) {
-        restore();
+struct TokenizerModel {
+    std::string pristine;
+    std::string delimiters;
+    bool return_delimiters;
+    bool null_tokens = false;
+    size_t position = 0;
+    std::string working = pristine;
+    std::string last = {}; // the last real token of a walk
+
+    // One token or empty field from the place on, as text, and the place moved behind it; empty when there is
+    // none.
+    std::string step(size_t& place) {
+        if (place >= pristine.size())
+            return "";
+        if (null_tokens && working[place] != '\0' && delimiters.find(working[place]) != std::string::npos) {
+            ++place;
+            return return_delimiters ? "[" + pristine.substr(place - 1, 1) + "]" : "<null>";
+        }
+        char* rest = nullptr;
+        const char* const token = strtok_r(working.data() + place, delimiters.c_str(), &rest);
+        if (token == nullptr)
+            return "";
+        last = std::string("[") + token + "]";
+        const auto start = static_cast<size_t>(token - working.data());
+        place = start + strlen(token) + 1;
+        return "[" + pristine.substr(start, strlen(token) + (return_delimiters ? 1 : 0)) + "]";
     }
 
-    void return_null_tokens(bool on) { m_null_tokens = on; }
-    void set_delimiters(const std::string& delimiters) { m_delimiters = delimiters; }
-
     bool has_more() {
-        return m_position < m_pristine.size() && (m_null_tokens || scan(m_position) != nullptr);
+        size_t place = position;
+        return position < pristine.size() && (null_tokens || !step(place).empty());
     }
 
     std::string next() {
-        if (!has_more())
-            return "<null>";
-        if (m_null_tokens && at_delimiter(m_position)) {
-            const std::string alone = "[" + m_pristine.substr(m_position++, 1) + "]";
-            return m_return_delimiters ? alone : "<null>";
-        }
-        const char* token = scan(m_position);
-        if (token == nullptr)
-            return "<null>";
-        m_position = after(token);
-        std::string result = std::string("[") + token;
-        if (m_return_delimiters && m_position <= m_pristine.size())
-            result += m_pristine[m_position - 1];
-        return result + "]";
+        const std::string token = step(position);
+        return token.empty() ? "<null>" : token;
     }
+
+    int walk(int most) {
+        last = "<null>";
+        int count = 0;
+        for (size_t place = 0; count < most && !step(place).empty();)
+            ++count;
+        return count;
+    }
+
+    std::string at(int index) { return walk(index) < index ? "<null>" : last; }
 
     int count() {
-        restore();
-        std::string last;
-        return walk(1 << 30, last);
+        working = pristine;
+        return walk(1 << 30);
     }
-
-    std::string at(int index) {
-        std::string last = "<null>";
-        return walk(index, last) < index ? "<null>" : last;
-    }
-
-  private:
-    void restore() { m_working.assign(m_pristine.c_str(), m_pristine.c_str() + m_pristine.size() + 1); }
-
-    char* scan(size_t from) {
-        char* rest = nullptr;
-        return strtok_r(m_working.data() + from, m_delimiters.c_str(), &rest);
-    }
-
-    size_t after(const char* token) const {
-        return static_cast<size_t>(token - m_working.data()) + strlen(token) + 1;
-    }
-
-    bool at_delimiter(size_t place) const {
-        return m_working[place] != '\0' && m_delimiters.find(m_working[place]) != std::string::npos;
-    }
-
-    int walk(int most, std::string& last) {
-        int tokens = 0;
-        for (size_t place = 0; tokens < most && place < m_pristine.size(); ++tokens) {
-            if (m_null_tokens && at_delimiter(place)) {
-                ++place;
-                continue;
-            }
-            const char* token = scan(place);
-            if (token == nullptr)
-                break;
-            last = std::string("[") + token + "]";
-            place = after(token);
-        }
-        return tokens;
-    }
-
-    std::vector<char> m_working;
-    std::string m_pristine;
-    std::string m_delimiters;
-    size_t m_position = 0;
-    bool m_return_delimiters;
-    bool m_null_tokens = false;
 };
+
+// Makes the calls that the bytes spell, on a tokenizer and on the model; false at the first difference. First
+// a byte of flags, then the delimiters and the string to split, each with a terminator, then the calls.
+inline bool tokenizer_agrees_with_model(const std::string& bytes) {
+    size_t at = 0;
+    const auto byte = [&] { return at < bytes.size() ? static_cast<unsigned char>(bytes[at++]) : 0; };
+    const auto text = [&] {
+        const std::string result(bytes.c_str() + at);
+        at += result.size() + 1;
+        return at <= bytes.size() ? result : std::string();
+    };
+    const bool return_delimiters = byte() % 2 != 0;
+    std::string delimiters = text();
+    const std::string input = text();
+    qrd_StringTokenizer tokenizer(input.c_str(), delimiters.c_str(), return_delimiters);
+    TokenizerModel model = {input, delimiters, return_delimiters};
+    bool same = true;
+    while (same && at < bytes.size()) {
+        const int call = byte() % 8;
+        if (call == 0) {
+            same = tokenizer.hasMoreTokens() == model.has_more();
+        } else if (call == 1) {
+            model.delimiters = text();
+            same = taken(tokenizer.nextToken(model.delimiters.c_str())) == model.next();
+        } else if (call == 2) {
+            model.null_tokens = byte() % 2 != 0;
+            tokenizer.returnNullTokens(model.null_tokens);
+        } else if (call == 3) {
+            same = tokenizer.countTokens() == model.count();
+        } else if (call == 4) {
+            const int index = byte() % 16 - 1;
+            same = taken(tokenizer.getTokenAt(index)) == model.at(index);
+        } else {
+            same = taken(tokenizer.nextToken()) == model.next();
+        }
+    }
+    return same;
+}
 
 #endif
