@@ -1,5 +1,6 @@
 // The start-up and shut-down hooks that loadable modules call.
 #include <kalto/core.h>
+#include <kalto/fs.h>
 #include <kalto/kernel.h>
 
 namespace kalto {
@@ -11,8 +12,9 @@ using DllMainFunction = BOOL(WINAPI*)(HANDLE, DWORD, LPVOID);
 // rely on being told once.
 static LONG attached_modules = 0;
 
-static DllMainFunction find_dll_main(HMODULE) {
-    return nullptr;
+static DllMainFunction find_dll_main(HMODULE module) {
+    void* symbol = reinterpret_cast<void*>(GetProcAddressA(module, "DllMain"));
+    return reinterpret_cast<DllMainFunction>(symbol);
 }
 
 static DWORD call_dll_main(HMODULE module, DWORD reason) {

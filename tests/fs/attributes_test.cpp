@@ -1,0 +1,152 @@
+// Attributes by path, and free space.
+#include "scratch.h"
+
+#include <clocale>
+#include <sys/vfs.h>
+
+namespace {
+std::string given_away;
+uid_t new_owner = 0;
+gid_t new_group = 0;
+} // namespace
+
+// Interposed, and always refused: being privileged or not makes no difference.
+extern "C" KALTO_API int chown(const char* path, uid_t owner, gid_t group) noexcept {
+    given_away = path;
+    new_owner = owner;
+    new_group = group;
+    errno = EPERM;
+    return -1;
+}
+
+namespace {
+
+TEST(Attributes, FollowModeAndName) {
+    const Scratch scratch;
+    scratch.file("plain");
+    scratch.file("read_only", "", 0444);
+    scratch.file("others_write", "", 0002);
+    scratch.file(".hidden");
+    scratch.file(".hidden_read_only", "", 0);
+    scratch.directory("directory");
+    scratch.directory(".secret", 0555);
+    ASSERT_EQ(mkfifo(scratch.path("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(symlink("directory", scratch.path("link").c_str()), 0);
+    const struct {
+        const wchar_t* name;
+        DWORD expected;
+    } cases[] = {
+        {L"plain", 0x80000000},
+        {L"read_only", 0x80000001},
+        {L"others_write", 0x80000000},
+        {L".hidden", 0x80000000}, // combined by OR
+        {L".hidden_read_only", 0x80000001},
+        {L"directory", 2},
+        {L"link", 2},
+        {L".secret", 0x80000003},
+        {L".secret\\/\\", 0x80000003},
+        {L"directory\\.", 2},
+        {L"directory/..\\plain", 0x80000000},
+        {L"pipe", INVALID_FILE_ATTRIBUTES},
+        {L"nothing", INVALID_FILE_ATTRIBUTES},
+        {L"\x20AC", INVALID_FILE_ATTRIBUTES}, // not in the C locale
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(GetFileAttributes(scratch.wide(c.name).c_str()), c.expected) << c.name;
+    EXPECT_EQ(GetFileAttributes(nullptr), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(GetFileAttributes(L""), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST(Attributes, LongPathsAndForeignNamesArriveWhole) {
+    ASSERT_NE(setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    const Scratch scratch;
+    std::string path;
+    std::wstring wide;
+    for (int depth = 0; depth < 5; ++depth) { // twice as long as MAX_PATH
+        path += (path.empty() ? "" : "/") + std::string(100, 'd') + "\xE2\x82\xAC";
+        wide += (wide.empty() ? L"" : L"\\") + std::wstring(100, L'd') + L"\x20AC";
+        scratch.directory(path);
+    }
+    EXPECT_EQ(GetFileAttributes(scratch.wide(wide).c_str()), DWORD{2});
+    WIN32_FIND_DATA found = {};
+    HANDLE search = FindFirstFile((scratch.wide(wide) + L"\\..\\d*").c_str(), &found);
+    ASSERT_NE(search, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(found.cFileName, std::wstring(100, L'd') + L"\x20AC");
+    FindClose(search);
+    setlocale(LC_ALL, "C");
+}
+
+TEST(Attributes, HiddenNames) {
+    const struct {
+        const wchar_t* path;
+        BOOL hidden;
+    } cases[] = {
+        {L"", FALSE},     {L"/", FALSE},     {L"\\\\//", FALSE}, {L".", FALSE},     {L"..", FALSE},
+        {L"...", TRUE},   {L".a", TRUE},     {L"a", FALSE},      {L"a.b", FALSE},   {L"/x/.a/\\", TRUE},
+        {L".a/b", FALSE}, {L"a\\.b", TRUE},  {L"a/..", FALSE},   {L"a\\./", FALSE}, {L"..a", TRUE},
+        {L"/.a", TRUE},   {L"\\.\\", FALSE},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DIR_is_hidden_file(c.path), c.hidden) << c.path;
+    EXPECT_FALSE(DIR_is_hidden_file(nullptr));
+}
+
+TEST(Attributes, AnyValueButZeroTakesTheOwnersWriteBit) {
+    const Scratch scratch;
+    const struct {
+        mode_t before;
+        DWORD attributes;
+        mode_t after;
+    } cases[] = {
+        {0644, FILE_ATTRIBUTE_READONLY, 0544},
+        {0000, FILE_ATTRIBUTE_NORMAL, 0500},
+        {0777, 0x20, 0577},
+        {0666, 0, 0766},
+        {0444, 0, 0744},
+        {02755, 1, 0555},
+    };
+    for (const auto& c : cases) {
+        const std::string path = scratch.file("f", "", c.before);
+        EXPECT_TRUE(SetFileAttributes(scratch.wide(L"f").c_str(), c.attributes));
+        EXPECT_EQ(status_of(path).st_mode & 07777, c.after) << std::oct << c.before;
+        EXPECT_EQ(given_away, path);
+        EXPECT_EQ(new_owner, uid_t{500});
+        EXPECT_EQ(new_group, gid_t{500});
+        unlink(path.c_str());
+    }
+    EXPECT_FALSE(SetFileAttributes(scratch.wide(L"f").c_str(), 0));
+    EXPECT_FALSE(SetFileAttributes(nullptr, 0));
+}
+
+TEST(FreeSpace, IsToldInBytesOf64Bits) {
+    const Scratch scratch;
+    struct statfs64 expected = {};
+    ASSERT_EQ(statfs64(scratch.path().c_str(), &expected), 0);
+    const auto block = static_cast<ULONGLONG>(expected.f_bsize);
+    ULARGE_INTEGER available = {}, total = {}, free_bytes = {};
+    ASSERT_TRUE(GetDiskFreeSpaceEx(scratch.wide().c_str(), &available, &total, &free_bytes));
+    EXPECT_EQ(total.QuadPart, block * expected.f_blocks);
+    // The machine is in use: what is free changes under us.
+    const double slack = static_cast<double>(total.QuadPart) / 10;
+    EXPECT_NEAR(static_cast<double>(available.QuadPart), static_cast<double>(block * expected.f_bavail),
+                slack);
+    EXPECT_NEAR(static_cast<double>(free_bytes.QuadPart), static_cast<double>(block * expected.f_bfree),
+                slack);
+    EXPECT_TRUE(GetDiskFreeSpaceEx(scratch.wide().c_str(), nullptr, nullptr, nullptr));
+    EXPECT_FALSE(GetDiskFreeSpaceEx(scratch.wide(L"nothing").c_str(), &available, &total, &free_bytes));
+}
+
+TEST(FreeSpace, OfTheStoreWrapsAt32Bits) {
+    struct statfs64 expected = {};
+    const bool exists = statfs64("/var/zel", &expected) == 0;
+    const auto size = static_cast<ULONGLONG>(expected.f_bsize) * expected.f_blocks;
+    STORE_INFORMATION store = {};
+    ULARGE_INTEGER total = {};
+    EXPECT_EQ(GetStoreInformation(&store), exists);
+    EXPECT_EQ(GetDiskFreeSpaceEx(nullptr, nullptr, &total, nullptr), exists);
+    EXPECT_EQ(total.QuadPart, size);
+    EXPECT_EQ(store.dwStoreSize, static_cast<DWORD>(size));
+    EXPECT_FALSE(GetStoreInformation(nullptr));
+}
+
+} // namespace

@@ -1,0 +1,236 @@
+// Modules and version records, on real modules.
+#include "scratch.h"
+
+#include <dlfcn.h>
+#include <fstream>
+#include <kalto/core.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+
+namespace {
+std::string long_link; // what readlink answers, when not empty
+} // namespace
+
+extern "C" KALTO_API ssize_t readlink(const char* path, char* buffer, size_t size) noexcept {
+    if (long_link.empty())
+        return readlinkat(AT_FDCWD, path, buffer, size);
+    const size_t length = long_link.copy(buffer, size);
+    return static_cast<ssize_t>(length);
+}
+
+extern "C" KALTO_API INT_PTR symbol_of_the_program() {
+    return 5;
+}
+
+namespace {
+
+constexpr char kModules[] = KALTO_TEST_MODULES "/";
+
+void copy_module(const Scratch& scratch, const char* module, const std::string& name) {
+    std::filesystem::copy_file(kModules + std::string(module), scratch.path(name));
+}
+
+// The file that a handle's symbol came from, or nothing.
+std::string loaded_from(HMODULE module) {
+    Dl_info info = {};
+    void* symbol = reinterpret_cast<void*>(GetProcAddress(module, L"module_marker"));
+    return dladdr(symbol, &info) != 0 ? std::filesystem::path(info.dli_fname).filename().string() : "";
+}
+
+TEST(Module, IsTriedUnderEachNameInTurn) {
+    const struct {
+        std::vector<const char*> present;
+        const wchar_t* asked;
+        const char* loaded; // empty: not found
+    } cases[] = {
+        {{"Foo.dll", "libFoo.so", "libFoo"}, L"Foo.dll", "Foo.dll"},
+        {{"libFoo.so", "libFoo"}, L"Foo.dll", "libFoo.so"},
+        {{"libFoo"}, L"Foo.dll", "libFoo"},
+        {{"Foo.so", "Foo", "libFoo.dll.so"}, L"Foo.dll", ""},
+        {{"libBAR.so"}, L"BAR.DLL", "libBAR.so"},
+        {{"libBar.so"}, L"Bar.Dll", ""}, // neither ending
+        {{"libBar.Dll.so"}, L"Bar.Dll", "libBar.Dll.so"},
+        {{"libbar.so"}, L"bar", "libbar.so"},
+        {{"libbar.so"}, L"bar.so", "libbar.so"},
+        {{"libbar"}, L"bar.so", "libbar"},
+        {{"libbar.so.1"}, L"bar.so.1", "libbar.so.1"}, // ".so" occurs: none is appended
+        {{"libbar.so", "liblibbar.so"}, L"libbar.dll", "libbar.so"},
+        {{"liberty.so"}, L"liberty.dll", "liberty.so"}, // begins with "lib" as well
+        {{"libLib.so"}, L"Lib.dll", "libLib.so"},
+        {{"liba.dll.dll.so"}, L"a.dll.dll", "liba.dll.dll.so"}, // the first occurrence counts
+        {{"liba.dll.DLL.so"}, L"a.dll.DLL", "liba.dll.DLL.so"},
+        {{}, L"Foo.dll", ""},
+    };
+    for (const auto& c : cases) {
+        const Scratch scratch;
+        for (const char* name : c.present)
+            copy_module(scratch, "plain.so", name);
+        HMODULE module = LoadLibrary(scratch.wide(c.asked).c_str());
+        EXPECT_EQ(module != nullptr, *c.loaded != '\0') << c.asked;
+        if (module != nullptr) {
+            EXPECT_EQ(loaded_from(module), c.loaded) << c.asked;
+            EXPECT_TRUE(FreeLibrary(module));
+        }
+    }
+    EXPECT_EQ(LoadLibrary(nullptr), nullptr);
+}
+
+TEST(Module, IsFoundInADirectoryRelativeToTheWorkingOne) {
+    const Scratch scratch;
+    scratch.directory("dir");
+    copy_module(scratch, "plain.so", "dir/libbar");
+    ASSERT_EQ(chdir(scratch.path().c_str()), 0);
+    HMODULE module = LoadLibrary(L"dir\\bar");
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(loaded_from(module), "libbar");
+    FreeLibrary(module);
+    ASSERT_EQ(chdir("/"), 0);
+}
+
+TEST(Module, NamesOfAnyLengthArriveWhole) {
+    const Scratch scratch;
+    const std::string deep(200, 'd'), name(248, 'n'); // "lib" and ".so" still fit a file's name
+    scratch.directory(deep);
+    copy_module(scratch, "plain.so", deep + "/lib" + name + ".so");
+    const std::wstring wide = std::wstring(200, L'd') + L"\\" + std::wstring(248, L'n') + L".dll";
+    HMODULE module = LoadLibrary(scratch.wide(wide).c_str());
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(loaded_from(module), "lib" + name + ".so");
+    const std::wstring long_symbol(1000, L's');
+    EXPECT_EQ(GetProcAddress(module, long_symbol.c_str()), nullptr);
+    FreeLibrary(module);
+}
+
+TEST(Module, AnExecutablesNameMeansTheRunningProgram) {
+    for (const wchar_t* name : {L"", L"anything.exe", L"x.exe.dll", L"\\no\\such.elf\\directory"}) {
+        HMODULE program = LoadLibrary(name);
+        ASSERT_NE(program, nullptr) << name;
+        EXPECT_EQ(GetProcAddress(program, L"symbol_of_the_program"),
+                  reinterpret_cast<FARPROC>(&symbol_of_the_program));
+        EXPECT_EQ(GetProcAddressA(program, "symbol_of_the_program"),
+                  reinterpret_cast<FARPROC>(&symbol_of_the_program));
+        EXPECT_EQ(GetProcAddress(program, L"no_such_symbol"), nullptr);
+        EXPECT_EQ(GetProcAddress(program, nullptr), nullptr);
+        EXPECT_EQ(GetProcAddress(program, reinterpret_cast<LPCWSTR>(std::uintptr_t{12})), nullptr);
+        EXPECT_EQ(GetProcAddressA(program, nullptr), nullptr);
+        EXPECT_TRUE(FreeLibrary(program));
+    }
+    EXPECT_EQ(LoadLibrary(L"\\no\\such.EXE"), nullptr); // case counts
+}
+
+TEST(Module, TheStartUpHooksFindItsDllMain) {
+    HMODULE module = LoadLibrary(
+        std::wstring(kModules, kModules + sizeof kModules - 1).append(L"with_dll_main.so").c_str());
+    ASSERT_NE(module, nullptr);
+    const auto* attached = reinterpret_cast<HANDLE*>(GetProcAddressA(module, "attached_module"));
+    const auto* reason = reinterpret_cast<DWORD*>(GetProcAddressA(module, "last_reason"));
+    EXPECT_EQ(*reason, DWORD{99}); // loading alone calls nothing
+    EXPECT_EQ(KaltoDllInit(module), DWORD{41});
+    EXPECT_EQ(*attached, module);
+    EXPECT_EQ(*reason, DWORD{0});
+    EXPECT_EQ(KaltoDllFini(module), DWORD{41});
+    EXPECT_EQ(*reason, DWORD{1});
+    FreeLibrary(module);
+    HMODULE plain =
+        LoadLibrary(std::wstring(kModules, kModules + sizeof kModules - 1).append(L"plain.so").c_str());
+    ASSERT_NE(plain, nullptr);
+    EXPECT_EQ(KaltoDllInit(plain), DWORD{0});
+    EXPECT_EQ(KaltoDllFini(plain), DWORD{0});
+    FreeLibrary(plain);
+}
+
+std::wstring program_name() {
+    std::wstring name = std::filesystem::read_symlink("/proc/self/exe").wstring();
+    for (wchar_t& character : name)
+        if (character == L'/')
+            character = L'\\';
+    return name;
+}
+
+void expect_cut_correctly(const std::wstring& name) {
+    const auto length = static_cast<DWORD>(name.size());
+    for (DWORD size = 0; size < length + 3; size += size + 3 < length ? 3 : 1) {
+        std::wstring buffer(size, L'~'); // exactly as announced: the sanitizer sees any write beyond
+        SetLastError(99);
+        const DWORD result = GetModuleFileName(nullptr, &buffer[0], size);
+        const bool fits = length < size;
+        EXPECT_EQ(result, fits ? length : size);
+        EXPECT_EQ(GetLastError(), fits ? DWORD{99} : DWORD{36});
+        if (size != 0) {
+            EXPECT_EQ(buffer.c_str(), fits ? name : name.substr(0, size - 1));
+        }
+    }
+}
+
+TEST(Module, FileNameIsTheProgramsCutToTheBuffer) {
+    expect_cut_correctly(program_name());
+    long_link = "/" + std::string(600, 'x') + "/y";
+    expect_cut_correctly(L"\\" + std::wstring(600, L'x') + L"\\y");
+    long_link.clear();
+    EXPECT_EQ(GetModuleFileName(nullptr, nullptr, 100), ~DWORD{0});
+}
+
+TEST(Version, ComesFromTheModuleOrTheFilesTime) {
+    const Scratch scratch;
+    copy_module(scratch, "with_version.so", "libversioned.so");
+    copy_module(scratch, "with_zero_version.so", "libzero.so");
+    copy_module(scratch, "plain.so", "plain.dll");
+    scratch.file("data.txt", "text");
+    scratch.file("program", "text");
+    // 2026-11-15 14:05:09 UTC: year 126, month 10, day 15, 1405.
+    const timeval times[2] = {{1794751509, 0}, {1794751509, 0}};
+    for (const char* name : {"libversioned.so", "libzero.so", "plain.dll", "data.txt", "program"})
+        ASSERT_EQ(utimes(scratch.path(name).c_str(), times), 0);
+    const DWORD by_time[] = {0x007E000A, 0x000F057D};
+    const struct {
+        const wchar_t* name;
+        DWORD high, low;
+    } cases[] = {
+        {L"versioned.dll", 0x00010002, 0x00030004}, {L"libzero.so", by_time[0], by_time[1]},
+        {L"plain.dll", by_time[0], by_time[1]},     {L"data.txt", by_time[0], by_time[1]},
+        {L"program.exe", by_time[0], by_time[1]}, // without the ending
+        {L"program.EXE", by_time[0], by_time[1]},
+    };
+    setenv("TZ", "IST-5:30", 1); // the time is UTC's
+    tzset();
+    for (const auto& c : cases) {
+        VS_FIXEDFILEINFO record = {9, 9, 9};
+        EXPECT_EQ(GetFileVersionInfo(scratch.wide(c.name).c_str(), 5, 0, &record), TRUE) << c.name;
+        EXPECT_EQ(record.dwFileVersionMS, c.high) << c.name;
+        EXPECT_EQ(record.dwFileVersionLS, c.low) << c.name;
+        EXPECT_EQ(record.dwFileFlags, DWORD{0});
+    }
+}
+
+TEST(Version, OfAFileThatDoesNotExistIsTheProgramsOwn) {
+    const std::time_t changed = status_of(std::filesystem::read_symlink("/proc/self/exe")).st_mtime;
+    std::tm parts = {};
+    gmtime_r(&changed, &parts);
+    for (const wchar_t* name : {L"\\nothing\\here.dll", L"", L"here.exe"}) {
+        VS_FIXEDFILEINFO record = {};
+        ASSERT_EQ(GetFileVersionInfo(name, 0, sizeof record, &record), TRUE);
+        EXPECT_EQ(record.dwFileVersionMS,
+                  static_cast<DWORD>(parts.tm_year) * 65536 + static_cast<DWORD>(parts.tm_mon));
+        EXPECT_EQ(record.dwFileVersionLS, static_cast<DWORD>(parts.tm_mday) * 65536 +
+                                              static_cast<DWORD>(parts.tm_hour * 100 + parts.tm_min));
+    }
+}
+
+TEST(Version, RecordsAreTwelveBytesAndHandedBack) {
+    DWORD handle = 77, block[3] = {};
+    EXPECT_EQ(GetFileVersionInfoSize(L"any", &handle), DWORD{12});
+    EXPECT_EQ(handle, DWORD{0});
+    EXPECT_EQ(GetFileVersionInfoSize(nullptr, nullptr), DWORD{12});
+    void* record = nullptr;
+    UINT length = 0;
+    EXPECT_TRUE(VerQueryValue(block, L"\\", &record, &length));
+    EXPECT_EQ(record, block);
+    EXPECT_EQ(length, 12u);
+    EXPECT_TRUE(VerQueryValue(block, nullptr, &record, nullptr));
+    EXPECT_FALSE(VerQueryValue(block, L"\\", nullptr, &length));
+    EXPECT_FALSE(VerQueryValue(nullptr, L"\\", &record, &length));
+    EXPECT_FALSE(GetFileVersionInfo(nullptr, 0, 12, block));
+    EXPECT_FALSE(GetFileVersionInfo(L"any", 0, 12, nullptr));
+}
+
+} // namespace

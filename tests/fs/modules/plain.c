@@ -1,0 +1,4 @@
+/* A module without a version and without DllMain. */
+__attribute__((visibility("default"))) int module_marker(void) {
+    return 7;
+}
