@@ -258,7 +258,7 @@ typedef struct _IP_ADAPTER_ADDRESSES {
     PIP_ADAPTER_UNICAST_ADDRESS FirstUnicastAddress;
     PIP_ADAPTER_ANYCAST_ADDRESS FirstAnycastAddress;
     PIP_ADAPTER_MULTICAST_ADDRESS FirstMulticastAddress;
-    PIP_ADAPTER_DNS_SERVER_ADDRESS FirstDnsServerAddress;
+    PIP_ADAPTER_DNS_SERVER_ADDRESS FirstDnsServerAddress; /* the machine's; none for loopback and inactive */
     PWCHAR DnsSuffix;   /* the search domain is the machine's, not an adapter's: empty */
     PWCHAR Description; /* the interface name */
     PWCHAR FriendlyName;

@@ -1,8 +1,8 @@
-#include "system/network_tables.h"
+#include "system/network_files.h"
+#include "system/unicast_entry.h"
 
 #include <cstdlib>
 #include <iterator>
-#include <linux/if_addr.h>
 
 static_assert(sizeof(void*) != 4 || (offsetof(IP_ADAPTER_ADDRESSES, FriendlyName) == 40 &&
                                      offsetof(IP_ADAPTER_ADDRESSES, OperStatus) == 68 &&
@@ -22,157 +22,6 @@ struct Query {
     bool wants(ULONG flag) const { return (flags & flag) != 0; }
     bool wants(const IpAddress& address) const { return family == AF_UNSPEC || family == address.family; }
 };
-
-// Hands out the caller's buffer piece by piece, each piece aligned against its start. Without a buffer it
-// only counts, so that the needed size and the table come from the same steps.
-class Pieces {
-  public:
-    explicit Pieces(void* buffer) : buffer_(static_cast<BYTE*>(buffer)), used_(0) {}
-
-    std::size_t used() const { return used_; }
-
-    // The place of the next piece; null when counting.
-    BYTE* take(std::size_t size) {
-        BYTE* const place = buffer_ == nullptr ? nullptr : buffer_ + used_;
-        used_ += (size + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
-        return place;
-    }
-
-    template <typename T> T* copy(const T* items, std::size_t count) {
-        BYTE* const place = take(count * sizeof(T));
-        if (place != nullptr) {
-            std::memcpy(place, items, count * sizeof(T));
-        }
-        return reinterpret_cast<T*>(place);
-    }
-
-  private:
-    BYTE* buffer_;
-    std::size_t used_;
-};
-
-// Appends pieces to a list that is linked through their Next.
-template <typename Entry> class Chain {
-  public:
-    Chain(Pieces& pieces, Entry*& first) : pieces_(pieces), link_(reinterpret_cast<BYTE*>(&first)) {}
-
-    void add(const Entry& entry) {
-        Entry* const place = pieces_.copy(&entry, 1);
-        if (place != nullptr) {
-            store_pointer(link_, place);
-            link_ = reinterpret_cast<BYTE*>(place) + offsetof(Entry, Next);
-        }
-    }
-
-  private:
-    Pieces& pieces_;
-    BYTE* link_;
-};
-
-bool link_local(const IpAddress& address) {
-    if (address.family == AF_INET) {
-        return address.bytes[0] == 169 && address.bytes[1] == 254;
-    }
-    return address.bytes[0] == 0xFE && (address.bytes[1] & 0xC0) == 0x80;
-}
-
-bool loopback(const IpAddress& address) {
-    static constexpr std::uint8_t kLoopback6[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-    return address.family == AF_INET ? address.bytes[0] == 127
-                                     : std::memcmp(address.bytes, kLoopback6, sizeof kLoopback6) == 0;
-}
-
-SOCKET_ADDRESS put_address(Pieces& pieces, const IpAddress& address, std::uint32_t index) {
-    SOCKET_ADDRESS result = {};
-    if (address.family == AF_INET) {
-        sockaddr_in place = {};
-        place.sin_family = AF_INET;
-        std::memcpy(&place.sin_addr, address.bytes, sizeof place.sin_addr);
-        result.lpSockaddr = reinterpret_cast<sockaddr*>(pieces.copy(&place, 1));
-        result.iSockaddrLength = sizeof place;
-    } else {
-        sockaddr_in6 place = {};
-        place.sin6_family = AF_INET6;
-        std::memcpy(&place.sin6_addr, address.bytes, sizeof place.sin6_addr);
-        place.sin6_scope_id = link_local(address) ? index : 0;
-        result.lpSockaddr = reinterpret_cast<sockaddr*>(pieces.copy(&place, 1));
-        result.iSockaddrLength = sizeof place;
-    }
-    return result;
-}
-
-IP_DAD_STATE dad_state(std::uint32_t flags) {
-    if ((flags & IFA_F_DADFAILED) != 0) {
-        return IpDadStateDuplicate;
-    }
-    if ((flags & IFA_F_TENTATIVE) != 0) {
-        return IpDadStateTentative;
-    }
-    return (flags & IFA_F_DEPRECATED) != 0 ? IpDadStateDeprecated : IpDadStatePreferred;
-}
-
-// The kernel does not say who made an address. One with a lifetime was lent: by a DHCP server for IPv4, after
-// a router's advertisement for IPv6.
-IP_PREFIX_ORIGIN prefix_origin(const NetworkAddress& address) {
-    if (loopback(address.local) || link_local(address.local)) {
-        return IpPrefixOriginWellKnown;
-    }
-    if ((address.flags & IFA_F_PERMANENT) != 0) {
-        return IpPrefixOriginManual;
-    }
-    return address.local.family == AF_INET ? IpPrefixOriginDhcp : IpPrefixOriginRouterAdvertisement;
-}
-
-IP_SUFFIX_ORIGIN suffix_origin(const NetworkAddress& address) {
-    if ((address.flags & IFA_F_TEMPORARY) != 0) {
-        return IpSuffixOriginRandom;
-    }
-    if (address.local.family == AF_INET6 && link_local(address.local)) {
-        return IpSuffixOriginLinkLayerAddress;
-    }
-    switch (prefix_origin(address)) {
-    case IpPrefixOriginWellKnown:
-        return IpSuffixOriginWellKnown;
-    case IpPrefixOriginManual:
-        return IpSuffixOriginManual;
-    case IpPrefixOriginDhcp:
-        return IpSuffixOriginDhcp;
-    default:
-        return IpSuffixOriginLinkLayerAddress;
-    }
-}
-
-IP_ADAPTER_UNICAST_ADDRESS unicast_entry(Pieces& pieces, const NetworkAddress& address) {
-    IP_ADAPTER_UNICAST_ADDRESS entry = {};
-    entry.Length = sizeof entry;
-    if (!loopback(address.local) && !link_local(address.local)) {
-        entry.Flags |= IP_ADAPTER_ADDRESS_DNS_ELIGIBLE;
-    }
-    if ((address.flags & IFA_F_TEMPORARY) != 0) {
-        entry.Flags |= IP_ADAPTER_ADDRESS_TRANSIENT;
-    }
-    entry.Address = put_address(pieces, address.local, address.index);
-    entry.PrefixOrigin = prefix_origin(address);
-    entry.SuffixOrigin = suffix_origin(address);
-    entry.DadState = dad_state(address.flags);
-    entry.ValidLifetime = address.valid_lifetime;
-    entry.PreferredLifetime = address.preferred_lifetime;
-    entry.LeaseLifetime = address.valid_lifetime;
-    entry.OnLinkPrefixLength = address.prefix_length;
-    return entry;
-}
-
-IP_ADAPTER_PREFIX prefix_entry(Pieces& pieces, const NetworkAddress& address) {
-    IpAddress network = address.local;
-    for (std::size_t bit = address.prefix_length; bit < 8 * network.size(); ++bit) {
-        network.bytes[bit / 8] &= static_cast<std::uint8_t>(~(0x80u >> (bit % 8)));
-    }
-    IP_ADAPTER_PREFIX entry = {};
-    entry.Length = sizeof entry;
-    entry.Address = put_address(pieces, network, address.index);
-    entry.PrefixLength = address.prefix_length;
-    return entry;
-}
 
 // An interface name is bytes; those that are no text in the locale's encoding become one character each.
 struct WideName {
@@ -267,9 +116,33 @@ void put_gateways(Pieces& pieces, const Query& query, const Network& network, IP
     }
 }
 
+template <typename Entry>
+void put_groups(Pieces& pieces, const std::vector<NetworkGroup>& groups, DWORD index, Entry*& first) {
+    Chain<Entry> chain(pieces, first);
+    for (const NetworkGroup& group : groups) {
+        if (group.index == index || group.index == kEveryInterface) {
+            Entry entry = {};
+            entry.Length = sizeof entry;
+            entry.Address = put_address(pieces, group.address, static_cast<std::uint32_t>(index));
+            chain.add(entry);
+        }
+    }
+}
+
+void put_all_groups(Pieces& pieces, const NetworkFiles& files, IP_ADAPTER_ADDRESSES& adapter) {
+    put_groups(pieces, files.anycast, adapter.IfIndex, adapter.FirstAnycastAddress);
+    put_groups(pieces, files.multicast, adapter.IfIndex, adapter.FirstMulticastAddress);
+    // Windows keeps the servers with the adapter that they came through; here they are the machine's, and
+    // every adapter leads to them that is in use and leads anywhere.
+    if (adapter.OperStatus == IfOperStatusUp && adapter.IfType != IF_TYPE_SOFTWARE_LOOPBACK) {
+        put_groups(pieces, files.name_servers, adapter.IfIndex, adapter.FirstDnsServerAddress);
+    }
+}
+
 // Each adapter's record stands before what it points to, so that the first is where the caller's buffer
 // starts.
-std::size_t put_adapters(void* buffer, const Query& query, const Network& network) {
+std::size_t put_adapters(void* buffer, const Query& query, const Network& network,
+                         const NetworkFiles& files) {
     Pieces pieces(buffer);
     BYTE* previous = nullptr;
     for (const NetworkLink& link : network.links) {
@@ -279,6 +152,7 @@ std::size_t put_adapters(void* buffer, const Query& query, const Network& networ
         put_names(pieces, query, link, adapter);
         put_addresses(pieces, query, network, adapter);
         put_gateways(pieces, query, network, adapter);
+        put_all_groups(pieces, files, adapter);
         if (place == nullptr) {
             continue;
         }
@@ -291,6 +165,23 @@ std::size_t put_adapters(void* buffer, const Query& query, const Network& networ
     return pieces.used();
 }
 
+NetworkFiles read_files(const Query& query) {
+    NetworkFiles files;
+    if (!query.wants(GAA_FLAG_SKIP_ANYCAST)) {
+        read_anycast(files.anycast);
+    }
+    if (!query.wants(GAA_FLAG_SKIP_MULTICAST)) {
+        read_multicast(files.multicast);
+    }
+    if (!query.wants(GAA_FLAG_SKIP_DNS_SERVER)) {
+        read_name_servers(files.name_servers);
+    }
+    for (std::vector<NetworkGroup>* groups : {&files.anycast, &files.multicast, &files.name_servers}) {
+        keep_only(*groups, [&](const NetworkGroup& group) { return query.wants(group.address); });
+    }
+    return files;
+}
+
 DWORD adapter_table(const Query& query, void* buffer, ULONG* size) {
     Network network;
     if (const int error = read_network(network)) {
@@ -301,10 +192,11 @@ DWORD adapter_table(const Query& query, void* buffer, ULONG* size) {
     if (network.links.empty() || (query.family != AF_UNSPEC && network.addresses.empty())) {
         return ERROR_NO_DATA;
     }
-    if (!fits(buffer, put_adapters(nullptr, query, network), size)) {
+    const NetworkFiles files = read_files(query);
+    if (!fits(buffer, put_adapters(nullptr, query, network, files), size)) {
         return ERROR_BUFFER_OVERFLOW;
     }
-    put_adapters(buffer, query, network);
+    put_adapters(buffer, query, network, files);
     return NO_ERROR;
 }
 

@@ -281,6 +281,8 @@ TEST_F(KnownNetwork, FillsTheListOfAddresses) {
     EXPECT_EQ(loopback->OperStatus, IfOperStatusUp);
     EXPECT_EQ(list(loopback->FirstUnicastAddress), "127.0.0.1 ");
     EXPECT_EQ(list(find(table, 40)->FirstUnicastAddress), "");
+    EXPECT_EQ(list(loopback->FirstMulticastAddress), "224.0.0.1 ");
+    EXPECT_EQ(loopback->FirstDnsServerAddress, nullptr);
 
     EXPECT_STREQ(adapter->FriendlyName, L"kalto1");
     EXPECT_STREQ(adapter->Description, L"kalto1");
@@ -299,10 +301,13 @@ TEST_F(KnownNetwork, FillsTheListOfAddresses) {
 }
 
 TEST_F(KnownNetwork, HonoursFamilyAndFlags) {
-    const auto skipped = adapters_addresses(AF_INET, GAA_FLAG_SKIP_UNICAST | GAA_FLAG_SKIP_FRIENDLY_NAME);
+    const auto skipped = adapters_addresses(AF_INET, GAA_FLAG_SKIP_UNICAST | GAA_FLAG_SKIP_FRIENDLY_NAME |
+                                                         GAA_FLAG_SKIP_MULTICAST | GAA_FLAG_SKIP_DNS_SERVER);
     const IP_ADAPTER_ADDRESSES* adapter = find(skipped, 50);
     ASSERT_NE(adapter, nullptr);
     EXPECT_EQ(adapter->FirstUnicastAddress, nullptr);
+    EXPECT_EQ(adapter->FirstMulticastAddress, nullptr);
+    EXPECT_EQ(adapter->FirstDnsServerAddress, nullptr);
     EXPECT_EQ(adapter->FirstPrefix, nullptr);
     EXPECT_EQ(adapter->FirstGatewayAddress, nullptr);
     EXPECT_EQ(adapter->FriendlyName, nullptr);
