@@ -10,6 +10,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/KaltoConfigVersion.cmake 
 install(FILES ${PROJECT_BINARY_DIR}/KaltoConfig.cmake ${PROJECT_BINARY_DIR}/KaltoConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kalto)
 
+# The package files find the prefix from where they lie, so that an installed tree may be moved.
+file(RELATIVE_PATH KALTO_PREFIX_FROM_PKGCONFIG ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 foreach(package kalto kaltohost)
   configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
