@@ -29,6 +29,7 @@ static void set_count(CRITICAL_SECTION& section, DWORD count) {
 }
 
 static void now_owned(CRITICAL_SECTION& section) {
+    note_taken(section.LockSemaphore);
     set_owner(section, pthread_self());
     set_count(section, 1);
 }
@@ -95,5 +96,5 @@ void LeaveCriticalSection(LPCRITICAL_SECTION lpCriticalSection) {
     kalto::set_owner(section, 0);
     // Deliberate: posted on every leave, the inner one of a nested pair included; applications of the device
     // leave nested sections in ways that need it.
-    sem_post(&section.LockSemaphore);
+    kalto::give_back(section.LockSemaphore);
 }

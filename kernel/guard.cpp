@@ -14,12 +14,13 @@ CancellationOff::~CancellationOff() {
 
 void take(sem_t& lock) {
     // Unlike sem_wait, sem_trywait is no cancellation point, so the usual case needs no more than this.
-    if (sem_trywait(&lock) == 0)
-        return;
-    const CancellationOff off;
-    while (sem_wait(&lock) != 0) {
-        // Interrupted by a signal: nobody gets in by that.
+    if (sem_trywait(&lock) != 0) {
+        const CancellationOff off;
+        while (sem_wait(&lock) != 0) {
+            // Interrupted by a signal: nobody gets in by that.
+        }
     }
+    note_taken(lock);
 }
 
 } // namespace kalto

@@ -222,7 +222,7 @@ static void release_plain(HandleRecord* record) {
     if (record->type != kTombstone) {
         const LONG openers = forget_name(record);
         release_contents(record);
-        if (record->type == HT_PROCESS && as<ProcessRecord>(record)->reaped == 0)
+        if (record->type == HT_PROCESS && InterlockedExchangeAdd(&as<ProcessRecord>(record)->reaped, 0) == 0)
             child = as<ProcessRecord>(record)->pid;
         if (openers > 0)
             record->type = kTombstone;
@@ -235,13 +235,13 @@ static void release_plain(HandleRecord* record) {
     reap(child);
 }
 
-void release_reference(HandleRecord* record) {
-    if (InterlockedDecrement(&record->references) != 0)
-        return;
-    if (is_sync_type(record->type) && as<SyncRecord>(record)->ready)
-        release_sync(*as<SyncRecord>(record));
-    else
+void release_reference(HandleRecord* record, bool of_wait) {
+    if (SyncRecord* const object = sync_record_of(record)) {
+        if (drop_reference(*object, of_wait) == 0)
+            release_sync(*object);
+    } else if (InterlockedDecrement(&record->references) == 0) {
         release_plain(record);
+    }
 }
 
 } // namespace kalto

@@ -114,9 +114,9 @@ SyncRecord* sync_record_of(HANDLE handle);
 using Initialise = void (*)(HandleRecord* record, void* argument);
 bool create_record(DWORD type, LPCWSTR name, Initialise initialise, void* argument, HandleRecord** out);
 
-// Takes back one reference; releases the object when it was the last one. Not a cancellation point except
-// for waiting for a running child process.
-void release_reference(HandleRecord* record);
+// Takes back one reference, and with it the place among the object's wait groups if of_wait is set; releases
+// the object when it was the last one. Not a cancellation point except for waiting for a running child.
+void release_reference(HandleRecord* record, bool of_wait = false);
 
 } // namespace kalto
 

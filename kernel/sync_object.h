@@ -1,16 +1,47 @@
-// What events, mutexes, semaphores and threads have in common.
+// What events, mutexes, semaphores and threads have in common. Everything here is called under the object's
+// guard unless it says otherwise.
 #ifndef KALTO_KERNEL_SYNC_OBJECT_H
 #define KALTO_KERNEL_SYNC_OBJECT_H
 
 #include "kernel/handle_record.h"
+#include "kernel/waiter.h"
 
 namespace kalto {
+
+// sem_init for use inside the process; errno is 0 afterwards, or the error.
+void init_semaphore(sem_t& semaphore, unsigned value);
+
+// Completes a new record of any of the four types: semaphores, and ready. No guard yet.
+void init_sync(SyncRecord& object);
+
+// Would a wait by this thread succeed at once?
+bool signalled_for(SyncRecord& object, pthread_t thread);
+
+// What a successful wait by this thread does to the object.
+void consume_for(SyncRecord& object, pthread_t thread);
+
+// After the object became signalled: gives the signal to those who are blocked on it, as far as it goes, and
+// sets the event of every wait group that waits for it.
+void distribute(SyncRecord& object, WakeList& woken);
+
+// Puts back what was consumed for a thread that will not take it, and distributes it.
+void restore(SyncRecord& object, pthread_t thread, WakeList& woken);
+
+// An event or a thread: signalled from now on.
+void set_state(SyncRecord& object, WakeList& woken);
+
+// Gives back one pin and the guard; frees the object when it was the last pin of one that nobody can close.
+void unpin(SyncRecord& object);
+
+// Takes back one reference, and the place of a wait group with it if of_wait is set. Returns how many are
+// left. Wait groups that wait without end for what nobody can signal any more are told. Takes the guard.
+LONG drop_reference(SyncRecord& object, bool of_wait);
 
 // Closes the object for good: every call refuses it from now on, and whoever is blocked on it is turned away.
 // False when it had been closed before. Takes the guard.
 bool retire(SyncRecord& object);
 
-// Nobody is left to close the object: frees it now, or when the last thread inside has left. Takes the guard.
+// Nobody is left to close the object: frees it now, or with the last pin. Takes the guard.
 void abandon_memory(SyncRecord& object);
 
 } // namespace kalto

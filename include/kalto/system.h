@@ -18,6 +18,17 @@ KALTO_BEGIN_DECLS
  * failure to report. */
 KALTO_API HLOCAL LocalFree(HLOCAL hMem);
 
+/* ---- Sleep and tick count ---- */
+
+/* Blocks the calling thread for dwMilliseconds; INFINITE never returns, 0 returns at once without yielding,
+ * and 0x80000000 or more, but for INFINITE, returns at once too. The end is on the wall clock: setting the
+ * clock moves it. Signals do not end it. */
+KALTO_API void Sleep(DWORD dwMilliseconds);
+
+/* Milliseconds since the first call in this process, which returns 0; wraps around after 49.7 days. Differs
+ * from Windows, where the count starts with the system. Thread-safe. */
+KALTO_API DWORD GetTickCount(void);
+
 /* ---- Time and date ---- */
 
 typedef struct _SYSTEMTIME {
