@@ -145,8 +145,5 @@ int wsnprintf(WCHAR* buffer, size_t size, const WCHAR* format, ...) {
     va_start(arguments, format);
     const int result = vswmyprintf(buffer, size, format, arguments);
     va_end(arguments);
-    // Not every C library ends a text that it had to cut.
-    if (result < 0 && size > 0)
-        buffer[size - 1] = L'\0';
     return result == static_cast<int>(size) ? -1 : result;
 }

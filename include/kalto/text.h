@@ -99,8 +99,8 @@ KALTO_API int _sprintf(char* buffer, const char* format, ...);
 KALTO_API int vswmyprintf(WCHAR* buffer, size_t size, const WCHAR* format, va_list arguments);
 KALTO_API int wvsprintf(LPWSTR buffer, LPCWSTR format, va_list arguments);
 KALTO_API int wsprintf(LPWSTR buffer, LPCWSTR format, ...);
-/* -1 also for a result that equals the size. What was cut is terminated in the last place; after a -1 of the
- * others there may be no terminator. */
+/* -1 also for a result that equals the size. What was cut may have no terminator, as on Windows; the same
+ * goes for the others of this family. */
 KALTO_API int wsnprintf(WCHAR* buffer, size_t size, const WCHAR* format, ...);
 #define wvsprintfW wvsprintf
 #define wsprintfW wsprintf

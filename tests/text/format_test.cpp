@@ -28,6 +28,7 @@ std::wstring wide(const wchar_t* format, ...) {
 
 TEST(Format, NarrowTakesNarrowTextInBothCases) {
     EXPECT_EQ(narrow("%s|%S|%c|%C", "abc", "def", 'x', 'y'), "abc|def|x|y");
+    EXPECT_EQ(narrow("%C", 0xe4), "\xe4"); // any byte, whatever the locale
     EXPECT_EQ(narrow("%-6S|%6.2S|%*S|%-0+ #C", "abc", "defg", 5, "h", 'i'), "abc   |    de|    h|i");
     EXPECT_EQ(narrow("%ls|%lc|%lS|%hs", L"wide", L'w', L"Wide", "n"), "wide|w|Wide|n");
     EXPECT_EQ(narrow("%8s|%18s", "abc", "def"), "     abc|               def");
@@ -68,16 +69,14 @@ int bounded(char* buffer, size_t size, const char* format, ...) {
 }
 
 TEST(Format, BoundsAreThoseOfTheCLibrary) {
-    char n[8] = "#######";
-    WCHAR w[8] = L"#######";
     for (size_t size : {6u, 5u, 1u, 0u}) {
+        char n[8] = "#######";
+        WCHAR w[8] = L"#######";
         const std::string fits("abc12", size > 0 ? size - 1 : 0);
         EXPECT_EQ(bounded(n, size, "%S%d", "abc", 12), 5); // what a larger buffer would have held
         EXPECT_EQ(wsnprintf(w, size, L"%s%d", L"abc", 12), size > 5 ? 5 : -1);
-        if (size > 0) {
-            EXPECT_EQ(n, fits);
-            EXPECT_EQ(w, std::wstring(fits.begin(), fits.end()));
-        }
+        EXPECT_STREQ(n, size > 0 ? fits.c_str() : "#######");
+        EXPECT_EQ(std::wstring(w, fits.size()), std::wstring(fits.begin(), fits.end()));
         EXPECT_EQ(n[6], '#');
         EXPECT_EQ(w[6], L'#');
     }

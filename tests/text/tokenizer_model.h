@@ -3,6 +3,7 @@
 #ifndef KALTO_TESTS_TOKENIZER_MODEL_H
 #define KALTO_TESTS_TOKENIZER_MODEL_H
 
+#include <algorithm>
 #include <cstring>
 #include <kalto/tokenizer.h>
 #include <memory>
@@ -74,9 +75,10 @@ inline bool tokenizer_agrees_with_model(const std::string& bytes) {
     size_t at = 0;
     const auto byte = [&] { return at < bytes.size() ? static_cast<unsigned char>(bytes[at++]) : 0; };
     const auto text = [&] {
-        const std::string result(bytes.c_str() + at);
-        at += result.size() + 1;
-        return at <= bytes.size() ? result : std::string();
+        const size_t start = std::min(at, bytes.size());
+        const size_t end = std::min(bytes.find('\0', start), bytes.size());
+        at = end + 1;
+        return bytes.substr(start, end - start);
     };
     const bool return_delimiters = byte() % 2 != 0;
     std::string delimiters = text();
