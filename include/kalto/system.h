@@ -142,6 +142,10 @@ KALTO_API int GetDateFormat(LCID Locale, DWORD dwFlags, const SYSTEMTIME* lpDate
 #define GetTimeFormatW GetTimeFormat
 #define GetDateFormatW GetDateFormat
 
+/* There is no such counter: FALSE. The frequency, when its pointer is not null, is set to 0. */
+KALTO_API BOOL QueryPerformanceCounter(LARGE_INTEGER* lpPerformanceCount);
+KALTO_API BOOL QueryPerformanceFrequency(LARGE_INTEGER* lpFrequency);
+
 /* OLE automation dates count days since 1899-12-30 00:00. */
 
 /* Takes a date apart to the nearest second (see UDATE); dwFlags is ignored. Returns 0; 22 for null, not a

@@ -187,6 +187,16 @@ TEST(Clock, ThreadsReadingLocalTimeNeverLoseTz) {
     EXPECT_STREQ(getenv("TZ"), "IST-5:30");
 }
 
+TEST(Clock, HasNoPerformanceCounter) {
+    LARGE_INTEGER count, frequency;
+    count.QuadPart = frequency.QuadPart = 77;
+    EXPECT_FALSE(QueryPerformanceCounter(&count));
+    EXPECT_FALSE(QueryPerformanceFrequency(&frequency));
+    EXPECT_FALSE(QueryPerformanceFrequency(nullptr));
+    EXPECT_EQ(count.QuadPart, 77);
+    EXPECT_EQ(frequency.QuadPart, 0);
+}
+
 TEST(Clock, TheZoneCallStoresTheBiasAlone) {
     TIME_ZONE_INFORMATION zone, expected;
     memset(&zone, 0x5A, sizeof zone);
