@@ -22,6 +22,18 @@ std::string& SetSandboxPathToFile(const char* name, std::string& out) {
 }
 
 namespace kalto {
+namespace {
+
+size_t g_compactSize = 0; // of the string pool, when it was compact last
+
+size_t string_pool_size() {
+    size_t size = 0;
+    for (const CVurlMemPool* block = g_pVurlDOM->m_pStringPool; block != nullptr; block = block->pNext)
+        size += block->nUsed;
+    return size;
+}
+
+} // namespace
 
 CRegVurlDOM* g_pVurlDOM = nullptr;
 const char* g_regDocBuffer = nullptr;
@@ -31,6 +43,23 @@ bool g_regDeletions = false;
 int g_regSetCount = 0;
 unsigned g_regDocument = 0;
 unsigned g_regChanges = 0;
+
+void note_compact() {
+    g_compactSize = string_pool_size();
+}
+
+// Each hundredth write the pool is compacted, if it has grown by half meanwhile: compacting walks the whole
+// document, which must not be the price of every hundred writes into a large one.
+void note_value_write() {
+    g_regDirty = true;
+    if (++g_regSetCount <= kCompactAfter)
+        return;
+    g_regSetCount = 0;
+    if (string_pool_size() < g_compactSize + g_compactSize / 2)
+        return;
+    g_pVurlDOM->Clean();
+    note_compact();
+}
 
 void note_change() {
     g_regDirty = true;

@@ -26,16 +26,21 @@ constexpr char kRegistryFile[] = "/var/zel/registry.xml";
 constexpr char kPendingFile[] = "/var/zel/registry.xml.new";
 constexpr char kLockName[] = "zel_registry_lock";
 constexpr mode_t kFileMode = 0664;
-constexpr int kCompactAfter = 99; // value writes without compacting the document's strings
+constexpr int kCompactAfter = 99; // value writes after which compacting the document's strings is considered
 
 extern CRegVurlDOM* g_pVurlDOM;
 extern const char* g_regDocBuffer;
 extern int g_regFd;
 extern bool g_regDirty;
 extern bool g_regDeletions; // elements may be marked as deleted
-extern int g_regSetCount;   // value writes since the last save or compaction
+extern int g_regSetCount;   // value writes since the last save or look at the pool
 extern unsigned g_regDocument;
 extern unsigned g_regChanges;
+
+// The document's strings are as compact as they get now; and: a value was written, which may have left a dead
+// string.
+void note_compact();
+void note_value_write();
 
 // A change of the tree; a change of the tree that leaves marks for the next save to purge.
 void note_change();

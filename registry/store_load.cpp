@@ -109,6 +109,7 @@ Step read_document(const char* path, Descriptor& file) {
     buffer[got] = '\0';
     if (g_pVurlDOM->ReadDoc() != 0) {
         g_regDocBuffer = buffer;
+        note_compact();
         return Step::done;
     }
     // Nor is exhausted memory.

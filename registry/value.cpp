@@ -53,15 +53,10 @@ LONG delete_value(HKEY key, LPCWSTR name) {
 LONG store_text(CRegVurlIterator& value, DWORD type, const std::string& text) {
     if (value.SetAttribute(kDataAttribute, text.c_str()) == nullptr)
         return ERROR_REGISTRY_IO_FAILED;
-    g_regDirty = true;
+    note_value_write();
     // Both strings outlive every document.
-    if (value.SetAttribute(kTypeAttribute, type_name(type), false) == nullptr)
-        return ERROR_REGISTRY_IO_FAILED;
-    if (++g_regSetCount > kCompactAfter) {
-        g_pVurlDOM->Clean();
-        g_regSetCount = 0;
-    }
-    return ERROR_SUCCESS;
+    return value.SetAttribute(kTypeAttribute, type_name(type), false) != nullptr ? ERROR_SUCCESS
+                                                                                 : ERROR_REGISTRY_IO_FAILED;
 }
 
 // A value whose data cannot be stored is created all the same, except where the text cannot be expressed:
