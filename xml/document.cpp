@@ -57,16 +57,21 @@ CVurlAttribute* CVurlDOM::AllocAttribute() {
     return attribute;
 }
 
-CVurlListNode* CVurlDOM::AllocListNode() {
-    CVurlListNode* entry = m_pFreeListNodes;
+CVurlListNode* kalto::take_list_record(CVurlDOM* dom) {
+    CVurlListNode* entry = dom->m_pFreeListNodes;
     if (entry != nullptr)
-        m_pFreeListNodes = entry->pNext;
+        dom->m_pFreeListNodes = entry->pNext;
     else
-        entry = static_cast<CVurlListNode*>(Alloc(sizeof(CVurlListNode), &m_pObjectPool));
+        entry = static_cast<CVurlListNode*>(dom->Alloc(sizeof(CVurlListNode), &dom->m_pObjectPool));
+    if (entry != nullptr)
+        *entry = {nullptr, nullptr, nullptr};
+    return entry;
+}
+
+CVurlListNode* CVurlDOM::AllocListNode() {
+    CVurlListNode* const entry = kalto::take_list_record(this);
     if (entry == nullptr)
         return nullptr;
-    entry->pNext = nullptr;
-    entry->pPrev = nullptr;
     entry->pIterator = new (std::nothrow) CVurlIterator;
     if (entry->pIterator == nullptr) {
         FreeListNode(entry);

@@ -1,6 +1,11 @@
-// The result of a selection: a chain of entries in the order of adding, every element once.
+// The result of a selection: a chain of entries in the order of adding, every element once. The entries'
+// iterators lie in blocks that the list owns, so that a long list costs few allocations.
+#include "xml/element_list.h"
 #include "xml/node_index.h"
+#include "xml/records.h"
+#include <cstdlib>
 #include <kalto/xml.h>
+#include <new>
 
 using kalto::NodeIndex;
 
@@ -36,53 +41,92 @@ bool holds(const CVurlElementList& list, const CVurlNode* node) {
     return false;
 }
 
-// An entry owns its iterator; the record goes back to the document.
-void release(CVurlDOM* dom, CVurlListNode* entry) {
-    delete entry->pIterator;
-    entry->pIterator = nullptr;
-    dom->FreeListNode(entry);
+constexpr unsigned kSmallestBlock = 4; // iterators
+constexpr unsigned kLargestBlock = 512;
+
+struct IteratorBlock {
+    IteratorBlock* older;
+    unsigned used;
+    unsigned capacity;
+    // followed by the iterators
+};
+static_assert(sizeof(IteratorBlock) % alignof(CVurlIterator) == 0, "the iterators are aligned");
+
+IteratorBlock* newest_block(const CVurlElementList& list) {
+    return static_cast<IteratorBlock*>(list.m_pBlocks);
+}
+
+bool add_block(CVurlElementList* list) {
+    IteratorBlock* const older = newest_block(*list);
+    unsigned capacity = older == nullptr ? kSmallestBlock : older->capacity * 2;
+    if (capacity > kLargestBlock)
+        capacity = kLargestBlock;
+    void* const memory = std::malloc(sizeof(IteratorBlock) + capacity * sizeof(CVurlIterator));
+    if (memory != nullptr)
+        list->m_pBlocks = new (memory) IteratorBlock{older, 0, capacity};
+    return memory != nullptr;
+}
+
+// A copy of it, at no place of a traversal.
+CVurlIterator* new_iterator(CVurlElementList* list, const CVurlIterator& it) {
+    IteratorBlock* block = newest_block(*list);
+    if (block == nullptr || block->used == block->capacity) {
+        if (!add_block(list))
+            return nullptr;
+        block = newest_block(*list);
+    }
+    auto* const copy = new (reinterpret_cast<CVurlIterator*>(block + 1) + block->used++) CVurlIterator(it);
+    copy->m_nTraverseBase = 0;
+    copy->m_nTraverseHigh = 0;
+    copy->m_bDescend = 0;
+    return copy;
 }
 
 } // namespace
 
 CVurlElementList::CVurlElementList(CVurlDOM* dom)
-    : m_pDOM(dom), m_pHead(nullptr), m_pTail(nullptr), m_pCurrent(nullptr), m_nCount(0), m_pIndex(nullptr) {}
+    : m_pDOM(dom), m_pHead(nullptr), m_pTail(nullptr), m_pCurrent(nullptr), m_nCount(0), m_pIndex(nullptr),
+      m_pBlocks(nullptr) {}
 
 CVurlElementList::~CVurlElementList() {
-    for (CVurlListNode* entry = m_pHead; entry != nullptr; entry = entry->pNext) {
-        delete entry->pIterator;
-        entry->pIterator = nullptr;
-    }
     if (m_nCount != 0) {
         m_pTail->pNext = m_pDOM->m_pFreeListNodes;
         m_pDOM->m_pFreeListNodes = m_pHead;
     }
+    for (IteratorBlock* block = newest_block(*this); block != nullptr;) {
+        IteratorBlock* const older = block->older;
+        std::free(block);
+        block = older;
+    }
     drop_index(this);
 }
 
-int CVurlElementList::Add(CVurlIterator* it) {
-    CVurlListNode* entry = m_pDOM->AllocListNode();
+bool kalto::append(CVurlElementList* list, const CVurlIterator& it) {
+    CVurlListNode* const entry = take_list_record(list->m_pDOM);
     if (entry == nullptr)
-        return 0;
-    *entry->pIterator = *it;
-    if (m_nCount == 0) {
-        m_pHead = m_pTail = m_pCurrent = entry;
-        m_nCount = 1;
-        return 1;
+        return false;
+    entry->pIterator = new_iterator(list, it);
+    if (entry->pIterator == nullptr) {
+        list->m_pDOM->FreeListNode(entry);
+        return false;
     }
-    if (holds(*this, it->m_pNode)) {
-        release(m_pDOM, entry);
-        return 1;
-    }
-    if (m_pIndex != nullptr && !index_of(*this)->add(it->m_pNode))
-        drop_index(this);
-    entry->pPrev = m_pTail;
-    m_pTail->pNext = entry;
-    m_pTail = entry;
-    ++m_nCount;
-    if (m_nCount >= kIndexFrom && m_pIndex == nullptr)
+    entry->pPrev = list->m_pTail;
+    if (list->m_nCount++ == 0)
+        list->m_pHead = list->m_pCurrent = entry;
+    else
+        list->m_pTail->pNext = entry;
+    list->m_pTail = entry;
+    if (list->m_pIndex != nullptr && !index_of(*list)->add(it.m_pNode))
+        drop_index(list);
+    return true;
+}
+
+int CVurlElementList::Add(CVurlIterator* it) {
+    if (m_pIndex == nullptr && m_nCount >= kIndexFrom)
         build_index(this);
-    return 1;
+    if (holds(*this, it->m_pNode))
+        return 1;
+    return kalto::append(this, *it);
 }
 
 void CVurlElementList::Head() {
@@ -133,7 +177,7 @@ int CVurlElementList::Delete() {
     (before == nullptr ? m_pHead : before->pNext) = after;
     (after == nullptr ? m_pTail : after->pPrev) = before;
     m_pCurrent = before == nullptr ? after : before;
-    release(m_pDOM, entry);
+    m_pDOM->FreeListNode(entry);
     --m_nCount;
     return 1;
 }

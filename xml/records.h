@@ -21,6 +21,9 @@ inline char* pool_data(CVurlMemPool* block) {
     return reinterpret_cast<char*>(block + 1);
 }
 
+// A list record without an iterator, its links null; null when memory runs out.
+CVurlListNode* take_list_record(CVurlDOM* dom);
+
 // The error codes of the parser (m_nError).
 enum ParseError : unsigned {
     kIncomplete = 1,

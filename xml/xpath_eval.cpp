@@ -52,8 +52,8 @@ CVurlNode* first_sibling(const CVurlIterator& cursor) {
 }
 
 void to_last_sibling(CVurlIterator& cursor) {
-    while (cursor.ToNextElement() != 0) {
-    }
+    while (cursor.m_pNode->pNextSibling)
+        cursor.m_pNode = cursor.m_pNode->pNextSibling;
 }
 
 bool match_following(PathMatcher& matcher, CVurlIterator& cursor) {
@@ -63,6 +63,8 @@ bool match_following(PathMatcher& matcher, CVurlIterator& cursor) {
         context = context->pNextSibling;
     const bool matched =
         context && matcher.at_siblings(1, {context->pNextSibling, depth_of(cursor)}, nullptr);
+    if (context && matcher.last())
+        cursor.m_pNode = matcher.last();
     if (context)
         to_last_sibling(cursor);
     return matched;

@@ -36,6 +36,8 @@ class PathMatcher {
 
     // False when memory ran out: nothing may be matched then, or not everything was.
     bool good() const { return m_good; }
+    // The last of the elements that the walk was to match the path at; null if there was none, or unknown.
+    CVurlNode* last() const { return m_last; }
     // Ends every walk at its first result.
     void stop_at_first() { m_first_only = true; }
 
@@ -61,6 +63,7 @@ class PathMatcher {
         Op op;
         Fan fan;
         bool before_predicate;
+        bool leaf; // a name whose elements lead to no others
     };
 
     enum class SetKind : unsigned char { kSingle, kSiblings, kSubtree, kAncestors };
@@ -93,6 +96,8 @@ class PathMatcher {
     static Fan fan_of(const XPathAction& record, bool last);
     bool allocate();
     bool can_repeat(unsigned from, bool nested) const;
+    bool is_distinct(unsigned from, bool nested) const;
+    void prepare(unsigned step, bool nested);
 
     Set& push(SetKind kind, unsigned step, Place first);
     bool run(bool matched = false);
@@ -100,16 +105,20 @@ class PathMatcher {
     void settle(Outcome outcome);
     static CVurlNode* next_element(Set& set);
     static CVurlNode* next_in_subtree(Set& set);
+    template <typename Next> void to_next_named(Set& set, const char* name, Next next);
+    bool next_candidate(Set& set);
+    void match_leaves(Set& set);
     bool worth_matching(Set& set);
     void remember_match(const Set& set);
 
-    Outcome match(State state);
+    Outcome match(State state, bool named);
     Outcome go_on(const State& state);
     Outcome match_step(State& state);
     Outcome match_parent(State& state);
     Outcome match_subtree(const State& state);
     Outcome match_attribute(const State& state);
-    Outcome match_name(State& state);
+    Outcome match_named(State& state);
+    Outcome match_predicate(unsigned step, const State& state);
     Outcome match_any(State& state);
     Outcome fan_out(unsigned step, const State& owner, Resume resume);
     Outcome add(Place place, CVurlAttribute* attribute = nullptr);
@@ -126,9 +135,12 @@ class PathMatcher {
     unsigned m_work = 0;      // elements looked at, while it matters
     CVurlElementList* const m_results;
     CVurlIterator m_hit; // what is added
+    CVurlNode* m_last = nullptr;
     Visits m_visits;
+    const bool m_list_was_empty;
     bool m_can_repeat = false;
-    bool m_matched = false; // the outcome of a walk
+    bool m_distinct = false; // nothing is added twice, so that nobody need look
+    bool m_matched = false;  // the outcome of a walk
     bool m_first_only = false;
     bool m_stopped = false;
     bool m_good = true;

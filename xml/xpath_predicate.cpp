@@ -6,10 +6,14 @@
 namespace kalto {
 namespace {
 
+bool same_text(const char* a, const char* b) {
+    return *a == *b && strcmp(a, b) == 0;
+}
+
 // Whether a child of that name exists; with a text, one that has it.
 bool has_child(const CVurlNode& element, const char* name, const char* text) {
     for (const CVurlNode* child = element.pFirstChild; child; child = child->pNextSibling) {
-        if (same_text(child->pszTagName, name) &&
+        if (same_name(child->pszTagName, name) &&
             (!text || (child->pszData && same_text(child->pszData, text))))
             return true;
     }
@@ -25,7 +29,7 @@ bool has_attribute(const CVurlNode& element, const char* name, const char* value
 
 CVurlAttribute* find_attribute(const CVurlNode& element, const char* name, const char* value) {
     for (CVurlAttribute* at = element.pFirstAttribute; at; at = at->pNext) {
-        if (same_text(at->pszName, name) && (!value || !at->pszValue || same_text(at->pszValue, value)))
+        if (same_name(at->pszName, name) && (!value || !at->pszValue || same_text(at->pszValue, value)))
             return at;
     }
     return nullptr;

@@ -7,8 +7,13 @@
 
 namespace kalto {
 
-inline bool same_text(const char* a, const char* b) {
-    return *a == *b && strcmp(a, b) == 0;
+// For names, which are short and mostly differ early.
+inline bool same_name(const char* a, const char* b) {
+    for (; *a == *b; ++a, ++b) {
+        if (*a == '\0')
+            return true;
+    }
+    return false;
 }
 
 // The first attribute of that name; with a value, the first that has it as well (or that has none at all).

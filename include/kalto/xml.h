@@ -69,7 +69,7 @@ struct CVurlNode {
 struct CVurlListNode {
     CVurlListNode* pNext;
     CVurlListNode* pPrev;
-    CVurlIterator* pIterator; /* on the heap, one for each entry, owned by the list */
+    CVurlIterator* pIterator; /* one for each entry; those of a list live as long as the list */
 };
 
 /* One block of a pool: this header, directly followed by nSize bytes of data. */
@@ -322,7 +322,8 @@ class KALTO_API CVurlElementList {
     CVurlListNode* m_pTail;
     CVurlListNode* m_pCurrent;
     unsigned m_nCount;
-    void* m_pIndex; /* the library's own: the elements of a long list by address, or null */
+    void* m_pIndex;  /* the library's own: the elements of a long list by address, or null */
+    void* m_pBlocks; /* the library's own: memory of the entries' iterators */
 
     explicit CVurlElementList(CVurlDOM* dom);
     ~CVurlElementList();
