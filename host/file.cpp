@@ -9,6 +9,7 @@
 #include <kalto/kernel.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <sys/stat.h>
 
 namespace kalto {
@@ -89,6 +90,10 @@ static int prepare_existing(const Request& request, int descriptor) {
     int result = request.writes() ? ftruncate64(descriptor, 0) : truncate64(request.path, 0);
     return result == 0 ? 0 : errno;
 }
+
+static_assert(sizeof(void*) != 4 ||
+              (sizeof(KaltoFileRecord) == 20 && offsetof(KaltoFileRecord, descriptor) == 8 &&
+               offsetof(KaltoFileRecord, path) == 16));
 
 static HANDLE make_handle(int descriptor, char* path) {
     HANDLE handle = nullptr;

@@ -19,6 +19,8 @@ KALTO_BEGIN_DECLS
  * and an argument that it cannot express ends the wide command line there. An application that takes other
  * than ASCII arguments calls setlocale first and converts GetCommandLineA itself. */
 KALTO_API int WINAPI WinMain(HINSTANCE hInstance, HINSTANCE hPrevInstance, LPWSTR lpCmdLine, int nCmdShow);
+#define wWinMain WinMain
+#define _tWinMain WinMain
 
 /* Defined by a loadable module that wants to be told when it is attached (DLL_PROCESS_ATTACH) and detached.
  * The numbers differ from Windows; modules are told through KaltoDllInit and KaltoDllFini, threads never. */

@@ -82,6 +82,8 @@ const SignalCase kSignals[] = {
     {SIGSYS, "SIGSYS (31): application"},
     {34, "Unknown (34): application"},
     {60, "Unknown (60): application"},
+    {32, nullptr},
+    {33, nullptr},
     {0, nullptr},
     {65, nullptr},
     {-1, nullptr},
@@ -121,6 +123,12 @@ TEST(CrashReportTrouble, EndsTheProcessWhenTheReportItselfFails) {
         EXPECT_EQ(child.status, 1) << mode;
         EXPECT_EQ(child.err.find("Received signal: SIGSEGV"), 0u) << mode;
     }
+}
+
+TEST(CrashReportTrouble, AlarmsAndChildrenAreNone) {
+    ChildResult child = run_child(START_APP, {"survive"});
+    EXPECT_EQ(child.status, 0);
+    EXPECT_EQ(child.err, "");
 }
 
 TEST(CrashReportTrouble, AnUncaughtExceptionIsReportedAsAnAbort) {

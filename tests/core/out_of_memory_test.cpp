@@ -31,7 +31,8 @@ TEST(OutOfMemory, MainGivesUpBeforeTheApplicationStarts) {
 }
 
 TEST(OutOfMemory, AnArgumentThatDoesNotFitIsMissingFromTheVectorAlone) {
-    CommandLineToArgvW(nullptr, nullptr); // the path is there, so that the third block is the first argument's
+    CommandLineToArgvW(nullptr,
+                       nullptr); // the path is there, so that the third block is the first argument's
     calls_until_failure = 3;
     EXPECT_TRUE(record({"program", "a", "b"}));
     int count = 0;
