@@ -19,45 +19,20 @@ std::string formatted(const char* format, ...) {
     return {buffer, length};
 }
 
-struct NumberCase {
-    const char* format;
-    int value;
-    const char* text;
-};
-
 TEST(Formatter, Numbers) {
-    const NumberCase cases[] = {{"%d", 0, "0"},
-                                {"%d", -5, "-5"},
-                                {"%d", -2147483647 - 1, "-2147483648"},
-                                {"%5d", -5, "   -5"},
-                                {"%-5d|", -5, "-5   |"},
-                                {"%05d", 5, "00005"},
-                                {"%05d", -5, "-0005"},
-                                {"%-05d", 5, "50000"},
-                                {"%-05d", -5, "-5000"},
-                                {"%0d", -5, "-5"},
-                                {"%02d", -123, "-123"},
-                                {"%0005d", 5, "00005"},
-                                {"%8d", 1234567, " 1234567"},
-                                {"%u", -1, "4294967295"},
-                                {"%x", -1, "ffffffff"},
-                                {"%X", 0xabc, "ABC"},
-                                {"%06x", 0xabc, "000abc"},
-                                {"%3c|", 'x', "  x|"},
-                                {"%-03c|", 'x', "x00|"},
-                                {"%%%d%%", 1, "%1%"},
-                                // A format that ends inside a conversion.
-                                {"%d%", 1, "1"},
-                                {"%d%-05", 1, "1"},
-                                {"%d%5l", 1, "1"},
-                                // What is not a conversion is dropped and takes no argument.
-                                {"%ld|%d", 7, "d|7"},
-                                {"%q%d", 7, "7"},
-                                {"%5%d", 7, "d"},
-                                {"%0-5d %d", 7, "5d 7"},
-                                {"%.2d %d", 7, "2d 7"}};
-    for (const NumberCase& c : cases)
-        EXPECT_EQ(formatted(c.format, c.value), c.text) << c.format;
+    EXPECT_EQ(formatted("%d|%d|%d|%u", 0, -5, -2147483647 - 1, -1), "0|-5|-2147483648|4294967295");
+    EXPECT_EQ(formatted("%5d|%-5d|%8d|%05d|%05d|%0005d", -5, -5, 1234567, 5, -5, 5),
+              "   -5|-5   | 1234567|00005|-0005|00005");
+    EXPECT_EQ(formatted("%-05d|%-05d|%0d|%02d", 5, -5, -5, -123),
+              "50000|-5000|-5|-123"); // zeros on the right
+    EXPECT_EQ(formatted("%x|%X|%06x|%3c|%-03c|%%", -1, 0xabc, 0xabc, 'x', 'x'),
+              "ffffffff|ABC|000abc|  x|x00|%");
+}
+
+TEST(Formatter, DropsWhatIsNoConversionAndTakesNoArgumentForIt) {
+    EXPECT_EQ(formatted("%ld|%q|%5%|%0-5d|%.2d|%+d|%d", 7), "d|||5d|2d|d|7");
+    for (const char* cut : {"%d%", "%d%-05", "%d%5l"})
+        EXPECT_EQ(formatted(cut, 1), "1") << cut;
 }
 
 TEST(Formatter, Text) {

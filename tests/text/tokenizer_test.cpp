@@ -50,31 +50,15 @@ TEST(Tokenizer, SplitsAtWhiteSpaceUnlessTold) {
     EXPECT_EQ(taken(tokenizer.getTokenAt(3)), "[c\vd]");
 }
 
-TEST(Tokenizer, IndexesWithoutMoving) {
-    qrd_StringTokenizer tokenizer(",a,,b", ",");
-    EXPECT_EQ(taken(tokenizer.nextToken()), "[a]");
-    const std::pair<int, const char*> plain[] = {
-        {-1, "<null>"}, {0, "<null>"}, {1, "[a]"}, {2, "[b]"}, {3, "<null>"}};
-    for (const auto& [index, token] : plain)
-        EXPECT_EQ(taken(tokenizer.getTokenAt(index)), token) << index;
-    EXPECT_EQ(taken(tokenizer.nextToken()), "[b]");
-
+TEST(Tokenizer, IndexesFromTheStartAndCountsWithoutMoving) {
     qrd_StringTokenizer fields(",a,,b", ",");
     fields.returnNullTokens(true);
-    const std::pair<int, const char*> with_null[] = {{0, "<null>"}, {1, "<null>"}, {2, "[a]"},
-                                                     {3, "[a]"},    {4, "[b]"},    {5, "<null>"}};
-    for (const auto& [index, token] : with_null)
-        EXPECT_EQ(taken(fields.getTokenAt(index)), token) << index;
-}
-
-TEST(Tokenizer, KeepsEarlierEndsAfterAChangeOfDelimiters) {
-    qrd_StringTokenizer tokenizer("a;b,c;d", ",");
-    EXPECT_TRUE(tokenizer.hasMoreTokens()); // ends "a;b"
-    EXPECT_EQ(taken(tokenizer.nextToken(";")), "[a]");
-    EXPECT_EQ(taken(tokenizer.nextToken()), "[b]"); // not "b,c"
-    EXPECT_EQ(tokenizer.countTokens(), 3);          // a, b,c and d: the earlier ends are gone
-    EXPECT_EQ(taken(tokenizer.nextToken()), "[c]");
-    EXPECT_EQ(taken(tokenizer.nextToken("x")), "[d]");
+    EXPECT_EQ(taken(fields.nextToken()), "<null>");
+    const char* const tokens[] = {"<null>", "<null>", "[a]", "[a]", "[b]", "<null>"};
+    for (int index = 0; index < 6; ++index)
+        EXPECT_EQ(taken(fields.getTokenAt(index)), tokens[index]) << index;
+    EXPECT_EQ(fields.countTokens(), 4);
+    EXPECT_EQ(taken(fields.nextToken()), "[a]");
 }
 
 TEST(Tokenizer, AgreesWithAModelOnRandomCalls) {
@@ -86,7 +70,7 @@ TEST(Tokenizer, AgreesWithAModelOnRandomCalls) {
         return result + '\0';
     };
     for (int round = 0; round < 3000; ++round) {
-        std::string calls = (round % 2 == 0 ? "r" : "n") + text(3) + text(24);
+        std::string calls = (round % 2 == 0 ? "0" : "1") + text(3) + text(24);
         for (int call = 0; call < 20; ++call) {
             calls += static_cast<char>(random() % 8);
             if (calls.back() == 1)
@@ -106,14 +90,13 @@ TEST(Tokenizer, TwoThreadsTokenizeWithoutDisturbingEachOtherOrStrtok) {
                 *total += taken(tokenizer.nextToken()) != "<null>" ? 1 : 0;
         }
     };
-    int first = 0;
-    int second = 0;
-    std::thread one(count_all, "a,b,c", &first);
-    std::thread two(count_all, "dddd,e,,f,g", &second);
+    int totals[] = {0, 0};
+    std::thread one(count_all, "a,b,c", &totals[0]);
+    std::thread two(count_all, "dddd,e,,f,g", &totals[1]);
     one.join();
     two.join();
-    EXPECT_EQ(first, 3 * 2000);
-    EXPECT_EQ(second, 4 * 2000);
+    EXPECT_EQ(totals[0], 3 * 2000);
+    EXPECT_EQ(totals[1], 4 * 2000);
     EXPECT_STREQ(strtok(nullptr, " "), "y");
 }
 
