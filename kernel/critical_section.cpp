@@ -5,6 +5,7 @@
 // which is why the comparison with it is reliable.
 #include "kernel/critical_section.h"
 
+#include "kernel/cancellation_point.h"
 #include "kernel/guard.h"
 #include <errno.h>
 
@@ -64,7 +65,7 @@ struct PassOnWakeUp {
 
 static void block_on(sem_t& lock) {
     PassOnWakeUp if_terminated{lock, true};
-    while (sem_wait(&lock) != 0) {
+    while (blocking_wait(lock, nullptr) != 0) {
         // Interrupted by a signal: nobody gets in by that.
     }
     if_terminated.armed = false;

@@ -22,6 +22,32 @@ static SyncRecord* event_of(HANDLE handle) {
     return object != nullptr && object->head.type == HT_EVENT ? object : nullptr;
 }
 
+// Behind both of a pair of names, so that neither call goes through the other's.
+static BOOL set(HANDLE handle) {
+    pthread_testcancel();
+    SyncRecord* const event = event_of(handle);
+    if (event == nullptr)
+        return FALSE;
+    WakeList woken;
+    const Guard held(event->guard);
+    if (event->closed)
+        return FALSE;
+    set_state(*event, woken);
+    return TRUE;
+}
+
+static BOOL reset(HANDLE handle) {
+    pthread_testcancel();
+    SyncRecord* const event = event_of(handle);
+    if (event == nullptr)
+        return FALSE;
+    const Guard held(event->guard);
+    if (event->closed)
+        return FALSE;
+    event->state = 0;
+    return TRUE;
+}
+
 } // namespace kalto
 
 HANDLE CreateEvent(LPSECURITY_ATTRIBUTES lpEventAttributes, BOOL bManualReset, BOOL bInitialState,
@@ -34,36 +60,19 @@ HANDLE CreateEvent(LPSECURITY_ATTRIBUTES lpEventAttributes, BOOL bManualReset, B
 }
 
 BOOL KaltoSetEvent(HANDLE hEvent) {
-    pthread_testcancel();
-    kalto::SyncRecord* const event = kalto::event_of(hEvent);
-    if (event == nullptr)
-        return FALSE;
-    kalto::WakeList woken;
-    const kalto::Guard held(event->guard);
-    if (event->closed)
-        return FALSE;
-    kalto::set_state(*event, woken);
-    return TRUE;
+    return kalto::set(hEvent);
 }
 
 BOOL KaltoResetEvent(HANDLE hEvent) {
-    pthread_testcancel();
-    kalto::SyncRecord* const event = kalto::event_of(hEvent);
-    if (event == nullptr)
-        return FALSE;
-    const kalto::Guard held(event->guard);
-    if (event->closed)
-        return FALSE;
-    event->state = 0;
-    return TRUE;
+    return kalto::reset(hEvent);
 }
 
 BOOL SetEvent(HANDLE hEvent) {
-    return KaltoSetEvent(hEvent);
+    return kalto::set(hEvent);
 }
 
 BOOL ResetEvent(HANDLE hEvent) {
-    return KaltoResetEvent(hEvent);
+    return kalto::reset(hEvent);
 }
 
 // Deliberate: does nothing; applications test the result and set and reset by themselves.

@@ -12,15 +12,11 @@ CancellationOff::~CancellationOff() {
     pthread_setcancelstate(before_, nullptr);
 }
 
-void take(sem_t& lock) {
-    // Unlike sem_wait, sem_trywait is no cancellation point, so the usual case needs no more than this.
-    if (sem_trywait(&lock) != 0) {
-        const CancellationOff off;
-        while (sem_wait(&lock) != 0) {
-            // Interrupted by a signal: nobody gets in by that.
-        }
+void take_after_waiting(sem_t& lock) {
+    const CancellationOff off;
+    while (sem_wait(&lock) != 0) {
+        // Interrupted by a signal: nobody gets in by that.
     }
-    note_taken(lock);
 }
 
 } // namespace kalto

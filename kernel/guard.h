@@ -29,7 +29,14 @@ inline void note_given_back([[maybe_unused]] sem_t& lock) {
 
 // Takes the semaphore, however often signals interrupt it. Not a cancellation point: a thread that is
 // terminated is never terminated between two steps of one of our operations.
-void take(sem_t& lock);
+void take_after_waiting(sem_t& lock);
+
+inline void take(sem_t& lock) {
+    // Unlike sem_wait, sem_trywait is no cancellation point, so the usual case needs no more than this.
+    if (sem_trywait(&lock) != 0)
+        take_after_waiting(lock);
+    note_taken(lock);
+}
 
 inline void give_back(sem_t& lock) {
     note_given_back(lock);

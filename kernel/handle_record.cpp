@@ -8,10 +8,10 @@
 //   freed      at once, or, for objects that threads are still inside of, when the last of them has left
 #include "kernel/handle_record.h"
 
+#include "kernel/cancellation_point.h"
 #include "kernel/interlocked.h"
 #include "kernel/named_objects.h"
 #include "kernel/sync_object.h"
-#include <errno.h>
 #include <kalto/core.h>
 #include <kalto/system.h>
 #include <stdlib.h>
@@ -57,10 +57,6 @@ static size_t size_of_record(DWORD type) {
     }
 }
 
-static bool is_sync_type(DWORD type) {
-    return type >= HT_EVENT && type <= HT_THREAD;
-}
-
 template <typename Record> static Record* as(HandleRecord* record) {
     return reinterpret_cast<Record*>(record);
 }
@@ -79,10 +75,6 @@ static NamedObjectEntry*& name_of(HandleRecord* record) {
     default:
         return as<SyncRecord>(record)->name;
     }
-}
-
-HandleRecord* record_of(HANDLE handle) {
-    return handle == INVALID_HANDLE_VALUE ? nullptr : static_cast<HandleRecord*>(handle);
 }
 
 template <typename Record> static Record* record_of_type(HANDLE handle, DWORD type) {
@@ -104,13 +96,6 @@ ModuleRecord* module_record_of(HANDLE handle) {
 
 ProcessRecord* process_record_of(HANDLE handle) {
     return record_of_type<ProcessRecord>(handle, HT_PROCESS);
-}
-
-SyncRecord* sync_record_of(HANDLE handle) {
-    HandleRecord* const record = record_of(handle);
-    if (record == nullptr || !is_sync_type(record->type) || !as<SyncRecord>(record)->ready)
-        return nullptr;
-    return as<SyncRecord>(record);
 }
 
 static HandleRecord* make_record(DWORD type) {
@@ -192,9 +177,8 @@ static void release_contents(HandleRecord* record) {
 
 // A thread that is terminated while it waits here leaves nothing behind: the record is gone already.
 static void reap(pid_t child) {
-    while (child > 0 && waitpid(child, nullptr, WUNTRACED) < 0 && errno == EINTR) {
-        // Interrupted by a signal: goes on waiting.
-    }
+    if (child > 0)
+        blocking_wait_for(child, WUNTRACED);
 }
 
 // Leaves the openers of a name that have yet to close it a tombstone. False when they all have by now.

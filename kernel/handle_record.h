@@ -99,14 +99,26 @@ struct SyncRecord {
 
 // The record behind a handle, or null when the handle is null, INVALID_HANDLE_VALUE or not of that type.
 // Reads nothing but the head.
-HandleRecord* record_of(HANDLE handle);
+inline HandleRecord* record_of(HANDLE handle) {
+    return handle == INVALID_HANDLE_VALUE ? nullptr : static_cast<HandleRecord*>(handle);
+}
 FileRecord* file_record_of(HANDLE handle);
 FindRecord* find_record_of(HANDLE handle);
 ModuleRecord* module_record_of(HANDLE handle);
 ProcessRecord* process_record_of(HANDLE handle);
 
+inline bool is_sync_type(DWORD type) {
+    return type - HT_EVENT <= HT_THREAD - HT_EVENT;
+}
+
 // Likewise for HT_EVENT, HT_MUTEX, HT_SEMAPHORE and HT_THREAD; null also for a record that is not ready.
-SyncRecord* sync_record_of(HANDLE handle);
+inline SyncRecord* sync_record_of(HANDLE handle) {
+    HandleRecord* const record = record_of(handle);
+    if (record == nullptr || !is_sync_type(record->type))
+        return nullptr;
+    auto* const object = reinterpret_cast<SyncRecord*>(record);
+    return object->ready ? object : nullptr;
+}
 
 // create_handle for callers inside the library: initialise (may be null) completes a new record before
 // anybody else can find it by name. True for a new record; false when a named object was found or memory is

@@ -4,8 +4,8 @@
 // knows, so nobody has to collect the program, and nobody can.
 #include "kernel/process.h"
 
+#include "kernel/cancellation_point.h"
 #include "text/convert.h"
-#include <errno.h>
 #include <kalto/core.h>
 #include <string.h>
 #include <string>
@@ -27,14 +27,6 @@ class Reference {
   private:
     HandleRecord& record_;
 };
-
-pid_t collect(pid_t child, int options) {
-    pid_t collected = 0;
-    do {
-        collected = waitpid(child, nullptr, options);
-    } while (collected < 0 && errno == EINTR);
-    return collected;
-}
 
 // What the program is started with. Everything is made before the fork: between fork and execv nothing may be
 // allocated.
@@ -104,7 +96,7 @@ BOOL hand_out(pid_t child, LPPROCESS_INFORMATION information) {
     create_record(HT_PROCESS, nullptr, nullptr, nullptr, &record);
     if (record == nullptr) {
         if (child > 0)
-            collect(child, 0);
+            blocking_wait_for(child, 0);
         return FALSE;
     }
     reinterpret_cast<ProcessRecord*>(record)->pid = child;
@@ -122,7 +114,7 @@ void wait_for_child(ProcessRecord& process) {
     // A fork that failed left no child; and one that was collected may have left its number to another.
     if (process.pid <= 0 || InterlockedExchangeAdd(&process.reaped, 0) != 0)
         return;
-    collect(process.pid, 0);
+    blocking_wait_for(process.pid, 0);
     InterlockedExchange(&process.reaped, 1);
 }
 
@@ -150,6 +142,6 @@ BOOL CreateProcess(LPCWSTR lpApplicationName, LPWSTR lpCommandLine, LPSECURITY_A
     if (lpProcessInformation != nullptr)
         return kalto::hand_out(child, lpProcessInformation);
     if (child > 0)
-        kalto::collect(child, WUNTRACED);
+        kalto::blocking_wait_for(child, WUNTRACED);
     return TRUE;
 }

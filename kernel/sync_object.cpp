@@ -20,30 +20,7 @@ void init_sync(SyncRecord& object) {
     object.ready = true;
 }
 
-bool signalled_for(SyncRecord& object, pthread_t thread) {
-    const auto& counted = object.u.counted;
-    if (object.head.type == HT_SEMAPHORE)
-        object.state = counted.count > 0;
-    else if (object.head.type == HT_MUTEX)
-        object.state = counted.count >= 1 || (counted.owner != 0 && pthread_equal(counted.owner, thread));
-    return object.state != 0;
-}
-
-void consume_for(SyncRecord& object, pthread_t thread) {
-    auto& counted = object.u.counted;
-    if (object.head.type == HT_SEMAPHORE) {
-        --counted.count;
-    } else if (object.head.type != HT_MUTEX) {
-        object.state = object.manual_reset;
-    } else if (counted.owner == 0 || !pthread_equal(counted.owner, thread)) {
-        // Deliberate: its owner may take it again, but there is no count of that; one release frees it.
-        --counted.count;
-        if (counted.count == 0)
-            counted.owner = thread;
-    }
-}
-
-void distribute(SyncRecord& object, WakeList& woken) {
+void distribute_to_all(SyncRecord& object, WakeList& woken) {
     while (object.first_waiter != nullptr && signalled_for(object, object.first_waiter->thread)) {
         SingleWaiter* const waiter = next_waiter(object);
         consume_for(object, waiter->thread);
@@ -51,11 +28,6 @@ void distribute(SyncRecord& object, WakeList& woken) {
     }
     for (GroupEntry* entry = object.link; entry != nullptr; entry = entry->next)
         entry->group->offer(object, *entry, woken);
-}
-
-void set_state(SyncRecord& object, WakeList& woken) {
-    object.state = 1;
-    distribute(object, woken);
 }
 
 static void restore_semaphore(SyncRecord& object, WakeList& woken) {

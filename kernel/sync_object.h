@@ -15,20 +15,46 @@ void init_semaphore(sem_t& semaphore, unsigned value);
 void init_sync(SyncRecord& object);
 
 // Would a wait by this thread succeed at once?
-bool signalled_for(SyncRecord& object, pthread_t thread);
+inline bool signalled_for(SyncRecord& object, pthread_t thread) {
+    const auto& counted = object.u.counted;
+    if (object.head.type == HT_SEMAPHORE)
+        object.state = counted.count > 0;
+    else if (object.head.type == HT_MUTEX)
+        object.state = counted.count >= 1 || (counted.owner != 0 && pthread_equal(counted.owner, thread));
+    return object.state != 0;
+}
 
 // What a successful wait by this thread does to the object.
-void consume_for(SyncRecord& object, pthread_t thread);
+inline void consume_for(SyncRecord& object, pthread_t thread) {
+    auto& counted = object.u.counted;
+    if (object.head.type == HT_SEMAPHORE) {
+        --counted.count;
+    } else if (object.head.type != HT_MUTEX) {
+        object.state = object.manual_reset;
+    } else if (counted.owner == 0 || !pthread_equal(counted.owner, thread)) {
+        // Deliberate: its owner may take it again, but there is no count of that; one release frees it.
+        --counted.count;
+        if (counted.count == 0)
+            counted.owner = thread;
+    }
+}
 
 // After the object became signalled: gives the signal to those who are blocked on it, as far as it goes, and
 // sets the event of every wait group that waits for it.
-void distribute(SyncRecord& object, WakeList& woken);
+void distribute_to_all(SyncRecord& object, WakeList& woken);
+inline void distribute(SyncRecord& object, WakeList& woken) {
+    if (object.first_waiter != nullptr || object.link != nullptr)
+        distribute_to_all(object, woken);
+}
 
 // Puts back what was consumed for a thread that will not take it, and distributes it.
 void restore(SyncRecord& object, pthread_t thread, WakeList& woken);
 
 // An event or a thread: signalled from now on.
-void set_state(SyncRecord& object, WakeList& woken);
+inline void set_state(SyncRecord& object, WakeList& woken) {
+    object.state = 1;
+    distribute(object, woken);
+}
 
 // Gives back one pin and the guard; frees the object when it was the last pin of one that nobody can close.
 void unpin(SyncRecord& object);

@@ -1,6 +1,7 @@
 // Threads: creation, end, exit code, priority.
 #include "kernel/thread.h"
 
+#include "kernel/cancellation_point.h"
 #include "kernel/guard.h"
 #include "kernel/sync_object.h"
 #include <errno.h>
@@ -97,7 +98,7 @@ class Join : private Pin {
         }
     }
     bool run(void** result) {
-        done_ = pthread_join(thread_.u.thread.id, result) == 0;
+        done_ = blocking_join(thread_.u.thread.id, result) == 0;
         return done_;
     }
 
@@ -128,7 +129,7 @@ void wait_until_resumed(void* record) {
     } const held{thread.start_mutex};
     pthread_mutex_lock(&held.mutex);
     while (!thread.resumed)
-        pthread_cond_wait(&thread.start_condition, &held.mutex);
+        blocking_wait(thread.start_condition, held.mutex);
 }
 
 void run_start_routine(void* record) {

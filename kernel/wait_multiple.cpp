@@ -7,6 +7,14 @@
 namespace kalto {
 namespace {
 
+bool all_handles(DWORD count, const HANDLE* handles) {
+    for (DWORD i = 0; i < count; ++i) {
+        if (record_of(handles[i]) == nullptr)
+            return false;
+    }
+    return true;
+}
+
 bool all_waitable(DWORD count, const HANDLE* handles) {
     for (DWORD i = 0; i < count; ++i) {
         if (!waitable(handles[i]))
@@ -16,10 +24,10 @@ bool all_waitable(DWORD count, const HANDLE* handles) {
 }
 
 // A wait for any that finds something at once needs neither links nor an event. The handles are the caller's
-// own, so nothing can be abandoned yet.
+// own, so nothing can be abandoned yet. A handle behind the one that is found is not looked at.
 DWORD first_look(DWORD count, const HANDLE* handles) {
     for (DWORD i = count; i-- > 0;) {
-        const DWORD seen = wait_for(record_of(handles[i]), 0);
+        const DWORD seen = wait_for(handles[i], 0);
         if (seen != WAIT_TIMEOUT)
             return seen == WAIT_OBJECT_0 ? WAIT_OBJECT_0 + i : seen;
     }
@@ -50,6 +58,8 @@ class Entries {
 };
 
 DWORD wait_as_group(DWORD count, const HANDLE* handles, bool wait_all, DWORD milliseconds) {
+    if (!all_waitable(count, handles))
+        return WAIT_FAILED;
     const Deadline deadline(milliseconds);
     Entries entries(count, handles);
     if (entries.first() == nullptr)
@@ -65,7 +75,7 @@ DWORD wait_as_group(DWORD count, const HANDLE* handles, bool wait_all, DWORD mil
 
 DWORD WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll, DWORD dwMilliseconds) {
     pthread_testcancel();
-    if ((nCount != 0 && lpHandles == nullptr) || !kalto::all_waitable(nCount, lpHandles))
+    if ((nCount != 0 && lpHandles == nullptr) || !kalto::all_handles(nCount, lpHandles))
         return WAIT_FAILED;
     if (bWaitAll == FALSE) {
         const DWORD seen = kalto::first_look(nCount, lpHandles);

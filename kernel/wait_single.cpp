@@ -39,13 +39,15 @@ static DWORD wait_for_object(SyncRecord& object, DWORD milliseconds) {
     return error == 0 ? WAIT_OBJECT_0 : error;
 }
 
-DWORD wait_for(HandleRecord* record, DWORD milliseconds) {
-    if (SyncRecord* const object = sync_record_of(record))
+DWORD wait_for(HANDLE handle, DWORD milliseconds) {
+    if (SyncRecord* const object = sync_record_of(handle))
         return wait_for_object(*object, milliseconds);
-    if (ProcessRecord* const process = process_record_of(record)) {
+    if (ProcessRecord* const process = process_record_of(handle)) {
         wait_for_child(*process);
         return WAIT_OBJECT_0;
     }
+    if (find_record_of(handle) == nullptr)
+        return WAIT_FAILED;
     // Deliberate: a change notification is never reported; applications poll in the rhythm of the time-out.
     Sleep(milliseconds);
     return WAIT_TIMEOUT;
@@ -55,7 +57,5 @@ DWORD wait_for(HandleRecord* record, DWORD milliseconds) {
 
 DWORD KaltoWaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) {
     pthread_testcancel();
-    if (!kalto::waitable(hHandle))
-        return WAIT_FAILED;
-    return kalto::wait_for(kalto::record_of(hHandle), dwMilliseconds);
+    return kalto::wait_for(hHandle, dwMilliseconds);
 }

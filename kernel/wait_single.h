@@ -6,11 +6,11 @@
 
 namespace kalto {
 
-// Can the handle be waited for at all? Looks at its type alone.
+// Can the handle be waited for at all?
 bool waitable(HANDLE handle);
 
-// KaltoWaitForSingleObject on a waitable record.
-DWORD wait_for(HandleRecord* record, DWORD milliseconds);
+// KaltoWaitForSingleObject, but no cancellation point unless it blocks.
+DWORD wait_for(HANDLE handle, DWORD milliseconds);
 
 } // namespace kalto
 

@@ -1,8 +1,8 @@
 #include "kernel/waiter.h"
 
+#include "kernel/cancellation_point.h"
 #include "kernel/guard.h"
 #include "kernel/sync_object.h"
-#include <errno.h>
 
 namespace kalto {
 
@@ -12,7 +12,7 @@ void WakeList::add(SingleWaiter& waiter) {
     last_ = &waiter;
 }
 
-WakeList::~WakeList() {
+void WakeList::wake_all() {
     while (first_ != nullptr) {
         SingleWaiter* const waiter = first_;
         first_ = waiter->next; // the post ends the waiter's life
@@ -81,8 +81,7 @@ Stay::Stay(SyncRecord& object) : object_(object), waiter_{} {
 }
 
 DWORD Stay::sleep(const timespec* deadline) {
-    const int failed = deadline == nullptr ? sem_wait(&waiter_.wake) : sem_timedwait(&waiter_.wake, deadline);
-    return failed == 0 ? 0 : static_cast<DWORD>(errno);
+    return static_cast<DWORD>(blocking_wait(waiter_.wake, deadline));
 }
 
 // Under the guard: out of the queue for good, and the post that is on its way or has come is used up.

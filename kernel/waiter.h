@@ -31,12 +31,16 @@ struct SingleWaiter {
 class WakeList {
   public:
     WakeList() = default;
-    ~WakeList();
+    ~WakeList() {
+        if (first_ != nullptr)
+            wake_all();
+    }
     WakeList(const WakeList&) = delete;
     WakeList& operator=(const WakeList&) = delete;
     void add(SingleWaiter& waiter);
 
   private:
+    void wake_all();
     SingleWaiter* first_ = nullptr;
     SingleWaiter* last_ = nullptr;
 };
