@@ -21,7 +21,6 @@ typedef wint_t _TINT;
 #define _vstprintf wvsprintf
 #define _sntprintf wsnprintf
 #define _vsntprintf vswmyprintf
-#define _tcsftime android_wcsftime
 
 /* Numbers. */
 #define _ttoi _wtoi
@@ -52,6 +51,7 @@ typedef wint_t _TINT;
 #define _tcsspn wcsspn
 #define _tcscspn wcscspn
 #define _tcsdup wcsdup
+#define _tcsftime wcsftime
 #define _tcstok mywcstok
 #define _tcsrev wcsrev
 #define _tcslwr wcslwr
