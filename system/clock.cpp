@@ -103,30 +103,29 @@ BOOL SetLocalTime(const SYSTEMTIME* lpSystemTime) {
     return set_clock(seconds, *lpSystemTime);
 }
 
-// The kernel's own record of the zone. Newer C libraries answer zeros in its place, so the kernel is asked as
-// well.
-static int kernel_minutes_west() {
-    struct timezone zone = {};
-    timeval now = {};
-    gettimeofday(&now, &zone);
+// The time, and the kernel's own record of the zone. Newer C libraries answer zeros in its place, so the
+// kernel is asked as well.
+static void read_clock_and_zone(timeval* now, struct timezone* zone) {
+    gettimeofday(now, zone);
 #ifdef SYS_gettimeofday
-    if (zone.tz_minuteswest == 0)
-        syscall(SYS_gettimeofday, nullptr, &zone);
+    if (zone->tz_minuteswest == 0)
+        syscall(SYS_gettimeofday, nullptr, zone);
 #endif
-    return zone.tz_minuteswest;
 }
 
 DWORD GetTimeZoneInformation(LPTIME_ZONE_INFORMATION lpTimeZoneInformation) {
     if (lpTimeZoneInformation == nullptr)
         return TIME_ZONE_ID_INVALID;
-    const std::time_t now = std::time(nullptr);
+    timeval now = {};
+    struct timezone zone = {};
+    read_clock_and_zone(&now, &zone);
     std::tm parts = {};
     {
         const TimeZoneLock lock;
-        localtime_r(&now, &parts);
+        localtime_r(&now.tv_sec, &parts);
         tzset();
     }
-    lpTimeZoneInformation->Bias = kernel_minutes_west();
+    lpTimeZoneInformation->Bias = zone.tz_minuteswest;
     lpTimeZoneInformation->DaylightBias = 0;
     // Deliberate: these two results in place of the three of Windows; the header's names carry them.
     return parts.tm_isdst > 0 ? TIME_ZONE_ID_DAYLIGHT : TIME_ZONE_ID_STANDARD;

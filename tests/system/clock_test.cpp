@@ -1,5 +1,4 @@
-// Reading and setting the clock. Setting it, and the kernel's zone record, are interposed: the machine's own
-// clock stays as it is.
+// Reading and setting the clock, on a clock of the test's own: the machine's stays as it is.
 #include "calendar_model.h"
 
 #include <cerrno>
@@ -14,23 +13,20 @@
 #include <vector>
 
 namespace {
-timeval clock_was_set = {};
+timeval clock_now = {}; // what is read, and what was set
 int set_error = 0;
-int kernel_minutes_west = 0;
+int kernel_minutes_west = -90;
 } // namespace
 
 extern "C" {
 KALTO_API int settimeofday(const timeval* value, const struct timezone*) noexcept {
-    clock_was_set = *value;
+    clock_now = *value;
     errno = set_error;
     return set_error == 0 ? 0 : -1;
 }
 
 KALTO_API int gettimeofday(timeval* value, void* zone) noexcept {
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    value->tv_sec = now.tv_sec;
-    value->tv_usec = static_cast<decltype(value->tv_usec)>(now.tv_nsec / 1000);
+    *value = clock_now;
     if (zone != nullptr)
         *static_cast<struct timezone*>(zone) = {kernel_minutes_west, 0};
     return 0;
@@ -41,97 +37,104 @@ using namespace calendar_model;
 
 namespace {
 
-Seconds seconds_now() {
-    return std::time(nullptr);
-}
+constexpr Seconds kSummer = 1782909015, kWinter = 1794751509; // 2026-07-01 12:30:15, 2026-11-15 14:05:09 UTC
 
-Seconds seconds_of(const SYSTEMTIME& time) {
-    return calendar_model::seconds_of(time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute,
-                                      time.wSecond);
-}
-
-// The tests that set the clock run only when the library's calls do end here.
-class ClockSetting : public testing::Test {
+// The tests run only when the library's calls do end here.
+class Clock : public testing::Test {
   protected:
     void SetUp() override {
         ASSERT_EQ(dlsym(RTLD_DEFAULT, "settimeofday"), reinterpret_cast<void*>(&settimeofday));
-        set_error = 0;
+        ASSERT_EQ(dlsym(RTLD_DEFAULT, "gettimeofday"), reinterpret_cast<void*>(&gettimeofday));
     }
 };
 
-TEST(Clock, TheCurrentTimeIsTheSameInEveryForm) {
-    const ScopedZone zone("IST-5:30");
-    const Seconds before = seconds_now();
-    SYSTEMTIME utc = {}, local = {};
-    FILETIME file = {};
-    GetSystemTime(&utc);
-    GetLocalTime(&local);
-    GetSystemTimeAsFileTime(&file);
-    const Seconds after = seconds_now();
-    const Seconds readings[] = {seconds_of(utc), seconds_of(local) - 19800,
-                                static_cast<Seconds>(ticks(file) / 10000000) - 11644473600};
-    for (const Seconds reading : readings) {
-        EXPECT_GE(reading, before);
-        EXPECT_LE(reading, after);
-    }
-    EXPECT_EQ(utc.wDayOfWeek, moment_of(seconds_of(utc)).weekday);
-    EXPECT_EQ(local.wDayOfWeek, moment_of(seconds_of(local)).weekday);
-    EXPECT_EQ(ticks(file) % 10, 0u); // microseconds
+SYSTEMTIME system_time(Seconds seconds, int milliseconds) {
+    const Moment m = moment_of(seconds);
+    const auto word = [](int value) { return static_cast<WORD>(value); };
+    return {word(m.year), word(m.month),  word(m.weekday), word(m.day),
+            word(m.hour), word(m.minute), word(m.second),  word(milliseconds)};
+}
+
+bool same(const SYSTEMTIME& a, const SYSTEMTIME& b) {
+    return memcmp(&a, &b, sizeof a) == 0;
+}
+
+TEST_F(Clock, IsReadInEveryFormAndZone) {
+    for (std::size_t zone = 0; zone < ARRAYSIZE(kZones); ++zone)
+        for (const Seconds now : {kSummer, kWinter}) {
+            const ScopedZone scoped(kZones[zone]);
+            const bool daylight = is_daylight(zone, now);
+            clock_now = {static_cast<std::time_t>(now), 123999};
+            SYSTEMTIME utc = {}, local = {};
+            FILETIME file = {};
+            GetSystemTime(&utc);
+            GetLocalTime(&local);
+            GetSystemTimeAsFileTime(&file);
+            EXPECT_TRUE(same(utc, system_time(now, 123)));
+            EXPECT_TRUE(same(local, system_time(now + standard_offset(zone) + (daylight ? 3600 : 0), 123)));
+            EXPECT_EQ(ticks(file), ticks(now) + 1239990);
+            // The zone call stores the bias, and nothing else.
+            TIME_ZONE_INFORMATION information, expected;
+            memset(&information, 0x5A, sizeof information);
+            memset(&expected, 0x5A, sizeof expected);
+            expected.Bias = -90;
+            expected.DaylightBias = 0;
+            EXPECT_EQ(GetTimeZoneInformation(&information), daylight ? DWORD{1} : DWORD{0});
+            EXPECT_EQ(memcmp(&information, &expected, sizeof expected), 0);
+        }
     GetSystemTime(nullptr);
     GetLocalTime(nullptr);
     GetSystemTimeAsFileTime(nullptr);
+    EXPECT_EQ(GetTimeZoneInformation(nullptr), DWORD{TIME_ZONE_ID_INVALID});
 }
 
-TEST_F(ClockSetting, ComesFromUtcAndFromLocalTime) {
+TEST_F(Clock, IsSetFromUtcAndFromLocalTime) {
+    constexpr bool fits = sizeof(std::time_t) > 4;
     const struct {
         const char* zone;
-        bool local;
+        decltype(&SetSystemTime) set;
         SYSTEMTIME time;
-        Seconds seconds;
+        int refusal;
+        BOOL expected;
+        DWORD error;
+        Seconds seconds; // handed to the system, and microseconds; 0: nothing was
         int microseconds;
     } cases[] = {
-        {kZones[0], false, {2026, 7, 6, 1, 12, 30, 15, 250}, 1782909015, 250000},
-        {kZones[0], true, {2026, 7, 0, 1, 14, 30, 15, 999}, 1782909015, 999000}, // summer time
-        {kZones[0], true, {2026, 1, 0, 1, 1, 0, 0, 1000}, 1767225600, 999000},   // at most 999 ms
-        {kZones[1], true, {2026, 1, 0, 1, 5, 30, 0, 65535}, 1767225600, 999000},
-        {kZones[3], false, {2025, 13, 0, 1, 0, 0, 0, 0}, 1767225600, 0}, // unchecked
+        {kZones[0], SetSystemTime, {2026, 7, 6, 1, 12, 30, 15, 250}, 0, TRUE, 99, kSummer, 250000},
+        {kZones[0], SetLocalTime, {2026, 7, 0, 1, 14, 30, 15, 999}, 0, TRUE, 99, kSummer, 999000},
+        {kZones[0], SetLocalTime, {2026, 1, 0, 1, 1, 0, 0, 1000}, 0, TRUE, 99, 1767225600, 999000},
+        {kZones[1], SetLocalTime, {2026, 1, 0, 1, 5, 30, 0, 65535}, 0, TRUE, 99, 1767225600, 999000},
+        {kZones[3], SetSystemTime, {2025, 13, 0, 1, 0, 0, 0, 0}, 0, TRUE, 99, 1767225600, 0}, // unchecked
+        {kZones[3], SetSystemTime, {2026, 1, 0, 1, 0, 0, 0, 0}, EPERM, FALSE, 13, 1767225600, 0},
+        {kZones[3], SetLocalTime, {2026, 1, 0, 1, 0, 0, 0, 0}, EINVAL, FALSE, 22, 1767225600, 0},
+        {kZones[3], SetLocalTime, {2026, 1, 0, 1, 0, 0, 0, 0}, EFAULT, FALSE, 19, 1767225600, 0},
+        {kZones[3],
+         SetSystemTime,
+         {2040, 1, 0, 1, 0, 0, 0, 0},
+         0,
+         fits,
+         fits ? 99u : 22u,
+         fits ? 2208988800 : 0,
+         0},
+        {kZones[3],
+         SetLocalTime,
+         {2040, 1, 0, 1, 0, 0, 0, 0},
+         0,
+         fits,
+         fits ? 99u : 22u,
+         fits ? 2208988800 : 0,
+         0},
     };
     for (const auto& c : cases) {
         const ScopedZone zone(c.zone);
-        EXPECT_TRUE(c.local ? SetLocalTime(&c.time) : SetSystemTime(&c.time));
-        EXPECT_EQ(clock_was_set.tv_sec, c.seconds);
-        EXPECT_EQ(clock_was_set.tv_usec, c.microseconds);
-    }
-}
-
-TEST_F(ClockSetting, RefusedNamesItsReason) {
-    const SYSTEMTIME time = {2026, 11, 0, 15, 14, 5, 9, 0};
-    const struct {
-        int error;
-        DWORD expected;
-    } cases[] = {{EPERM, 13}, {EINVAL, 22}, {EFAULT, 19}};
-    for (const auto& c : cases) {
-        set_error = c.error;
-        SetLastError(0);
-        EXPECT_FALSE(SetSystemTime(&time));
-        EXPECT_EQ(GetLastError(), c.expected);
-        SetLastError(0);
-        EXPECT_FALSE(SetLocalTime(&time));
-        EXPECT_EQ(GetLastError(), c.expected);
-    }
-}
-
-TEST_F(ClockSetting, SkipsATimeThatTheClockCannotHold) {
-    const SYSTEMTIME later = {2040, 1, 0, 1, 0, 0, 0, 0};
-    const bool fits = sizeof(std::time_t) > 4;
-    for (const auto set : {SetSystemTime, SetLocalTime}) {
-        clock_was_set = {};
-        SetLastError(0);
-        EXPECT_EQ(set(&later), fits);
-        EXPECT_EQ(GetLastError(), fits ? DWORD{0} : DWORD{22});
-        EXPECT_EQ(clock_was_set.tv_sec != 0, fits);
-        SetLastError(0);
-        EXPECT_FALSE(set(nullptr));
+        clock_now = {};
+        set_error = c.refusal;
+        SetLastError(99);
+        EXPECT_EQ(c.set(&c.time), c.expected);
+        EXPECT_EQ(GetLastError(), c.error);
+        EXPECT_EQ(clock_now.tv_sec, c.seconds);
+        EXPECT_EQ(clock_now.tv_usec, c.microseconds);
+        EXPECT_FALSE(c.set(nullptr));
         EXPECT_EQ(GetLastError(), DWORD{22});
     }
 }
@@ -149,26 +152,26 @@ void write_zone_file(const std::string& path, std::int32_t offset) {
     ASSERT_EQ(std::rename(next.c_str(), path.c_str()), 0);
 }
 
-TEST(Clock, LocalTimeSeesAChangedZoneFileAndKeepsTz) {
+TEST_F(Clock, LocalTimeSeesAChangedZoneFileAndKeepsTz) {
     const std::string path = testing::TempDir() + "kalto_zone." + std::to_string(getpid());
     const std::string name = ":" + path;
     write_zone_file(path, 3600);
     const ScopedZone zone(name.c_str());
+    clock_now = {static_cast<std::time_t>(kWinter), 0};
+    SYSTEMTIME local = {};
     for (const int offset : {3600, 7200, -5400}) {
         write_zone_file(path, offset);
-        SYSTEMTIME local = {};
         GetLocalTime(&local);
-        EXPECT_NEAR(static_cast<double>(seconds_of(local) - seconds_now()), offset, 5);
+        EXPECT_TRUE(same(local, system_time(kWinter + offset, 0))) << offset;
         EXPECT_STREQ(getenv("TZ"), name.c_str());
     }
     unlink(path.c_str());
     unsetenv("TZ");
-    SYSTEMTIME local = {};
     GetLocalTime(&local);
     EXPECT_EQ(getenv("TZ"), nullptr);
 }
 
-TEST(Clock, ThreadsReadingLocalTimeNeverLoseTz) {
+TEST_F(Clock, ThreadsReadingLocalTimeNeverLoseTz) {
     const ScopedZone zone("IST-5:30");
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
@@ -187,30 +190,14 @@ TEST(Clock, ThreadsReadingLocalTimeNeverLoseTz) {
     EXPECT_STREQ(getenv("TZ"), "IST-5:30");
 }
 
-TEST(Clock, HasNoPerformanceCounter) {
-    LARGE_INTEGER count, frequency;
-    count.QuadPart = frequency.QuadPart = 77;
-    EXPECT_FALSE(QueryPerformanceCounter(&count));
-    EXPECT_FALSE(QueryPerformanceFrequency(&frequency));
+TEST_F(Clock, HasNoPerformanceCounter) {
+    LARGE_INTEGER value;
+    value.QuadPart = 77;
+    EXPECT_FALSE(QueryPerformanceCounter(&value));
+    EXPECT_EQ(value.QuadPart, 77);
+    EXPECT_FALSE(QueryPerformanceFrequency(&value));
+    EXPECT_EQ(value.QuadPart, 0);
     EXPECT_FALSE(QueryPerformanceFrequency(nullptr));
-    EXPECT_EQ(count.QuadPart, 77);
-    EXPECT_EQ(frequency.QuadPart, 0);
-}
-
-TEST(Clock, TheZoneCallStoresTheBiasAlone) {
-    TIME_ZONE_INFORMATION zone, expected;
-    memset(&zone, 0x5A, sizeof zone);
-    kernel_minutes_west = -90;
-    const ScopedZone scoped(kZones[0]);
-    const bool daylight = is_daylight(0, seconds_now());
-    EXPECT_EQ(GetTimeZoneInformation(&zone), daylight ? DWORD{1} : DWORD{0});
-    memset(&expected, 0x5A, sizeof expected);
-    expected.Bias = -90;
-    expected.DaylightBias = 0;
-    EXPECT_EQ(memcmp(&zone, &expected, sizeof zone), 0);
-    const ScopedZone always_summer("STD0DST-2,J1/0,J365/25");
-    EXPECT_EQ(GetTimeZoneInformation(&zone), DWORD{TIME_ZONE_ID_DAYLIGHT});
-    EXPECT_EQ(GetTimeZoneInformation(nullptr), DWORD{TIME_ZONE_ID_INVALID});
 }
 
 } // namespace
