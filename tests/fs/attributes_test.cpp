@@ -8,7 +8,19 @@ namespace {
 std::string given_away;
 uid_t new_owner = 0;
 gid_t new_group = 0;
+std::string asked_for;
 } // namespace
+
+// A file system of sizes that no machine has.
+extern "C" KALTO_API int statfs64(const char* path, struct statfs64* space) noexcept {
+    asked_for = path;
+    *space = {};
+    space->f_bsize = 4096;
+    space->f_blocks = 0x300000001;
+    space->f_bfree = 0x200000002;
+    space->f_bavail = 0x100000003;
+    return *path == '\0' ? -1 : 0;
+}
 
 // Interposed, and always refused: being privileged or not makes no difference.
 extern "C" KALTO_API int chown(const char* path, uid_t owner, gid_t group) noexcept {
@@ -118,34 +130,22 @@ TEST(Attributes, AnyValueButZeroTakesTheOwnersWriteBit) {
     EXPECT_FALSE(SetFileAttributes(nullptr, 0));
 }
 
-TEST(FreeSpace, IsToldInBytesOf64Bits) {
-    const Scratch scratch;
-    struct statfs64 expected = {};
-    ASSERT_EQ(statfs64(scratch.path().c_str(), &expected), 0);
-    const auto block = static_cast<ULONGLONG>(expected.f_bsize);
+TEST(FreeSpace, IsToldIn64BitsAndOfTheStoreIn32) {
     ULARGE_INTEGER available = {}, total = {}, free_bytes = {};
-    ASSERT_TRUE(GetDiskFreeSpaceEx(scratch.wide().c_str(), &available, &total, &free_bytes));
-    EXPECT_EQ(total.QuadPart, block * expected.f_blocks);
-    // The machine is in use: what is free changes under us.
-    const double slack = static_cast<double>(total.QuadPart) / 10;
-    EXPECT_NEAR(static_cast<double>(available.QuadPart), static_cast<double>(block * expected.f_bavail),
-                slack);
-    EXPECT_NEAR(static_cast<double>(free_bytes.QuadPart), static_cast<double>(block * expected.f_bfree),
-                slack);
-    EXPECT_TRUE(GetDiskFreeSpaceEx(scratch.wide().c_str(), nullptr, nullptr, nullptr));
-    EXPECT_FALSE(GetDiskFreeSpaceEx(scratch.wide(L"nothing").c_str(), &available, &total, &free_bytes));
-}
-
-TEST(FreeSpace, OfTheStoreWrapsAt32Bits) {
-    struct statfs64 expected = {};
-    const bool exists = statfs64("/var/zel", &expected) == 0;
-    const auto size = static_cast<ULONGLONG>(expected.f_bsize) * expected.f_blocks;
+    ASSERT_TRUE(GetDiskFreeSpaceEx(L"\\some\\place", &available, &total, &free_bytes));
+    EXPECT_EQ(asked_for, "/some/place");
+    EXPECT_EQ(total.QuadPart, 4096 * 0x300000001u);
+    EXPECT_EQ(free_bytes.QuadPart, 4096 * 0x200000002u);
+    EXPECT_EQ(available.QuadPart, 4096 * 0x100000003u);
+    EXPECT_TRUE(GetDiskFreeSpaceEx(nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(asked_for, "/var/zel");
+    asked_for.clear();
     STORE_INFORMATION store = {};
-    ULARGE_INTEGER total = {};
-    EXPECT_EQ(GetStoreInformation(&store), exists);
-    EXPECT_EQ(GetDiskFreeSpaceEx(nullptr, nullptr, &total, nullptr), exists);
-    EXPECT_EQ(total.QuadPart, size);
-    EXPECT_EQ(store.dwStoreSize, static_cast<DWORD>(size));
+    ASSERT_TRUE(GetStoreInformation(&store));
+    EXPECT_EQ(asked_for, "/var/zel");
+    EXPECT_EQ(store.dwStoreSize, DWORD{4096});
+    EXPECT_EQ(store.dwFreeSize, DWORD{3 * 4096});
+    EXPECT_FALSE(GetDiskFreeSpaceEx(L"", &available, &total, &free_bytes));
     EXPECT_FALSE(GetStoreInformation(nullptr));
 }
 
