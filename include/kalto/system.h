@@ -148,8 +148,9 @@ KALTO_API BOOL QueryPerformanceFrequency(LARGE_INTEGER* lpFrequency);
 
 /* OLE automation dates count days since 1899-12-30 00:00. */
 
-/* Takes a date apart to the nearest second (see UDATE); dwFlags is ignored. Returns 0; 22 for null, not a
- * number or a date outside the years 100 to 9999; 0xFFFFFFFF when the platform's time_t cannot hold the date.
+/* Takes a date apart to the nearest second, before 1970 to the next one (see UDATE); dwFlags is ignored.
+ * Returns 0; 22 for null, not a number or a date outside the years 100 to 9999; 0xFFFFFFFF when the
+ * platform's time_t cannot hold the date.
  */
 KALTO_API HRESULT VarUdateFromDate(DATE dateIn, ULONG dwFlags, UDATE* pudateOut);
 

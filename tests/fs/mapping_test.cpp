@@ -1,6 +1,9 @@
 // File mappings: memory shared by name.
-#include "scratch.h"
-
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <kalto/fs.h>
+#include <kalto/kernel.h>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -26,15 +29,6 @@ TEST(Mapping, IsSharedByNameAndZeroAtFirst) {
     CloseHandle(first);
     CloseHandle(second);
     CloseHandle(other);
-}
-
-// A file has no buffer to map.
-TEST(Mapping, OfAFileHandleIsNull) {
-    const Scratch scratch;
-    scratch.file("f", "content");
-    HANDLE file = scratch.open_file(L"f");
-    EXPECT_EQ(MapViewOfFile(file, 0, 0, 0, 0), nullptr);
-    CloseHandle(file);
 }
 
 TEST(Mapping, IsCompleteWheneverAnotherThreadFindsIt) {

@@ -63,6 +63,13 @@ inline Moment moment_of(Seconds seconds) {
     return moment;
 }
 
+inline SYSTEMTIME system_time(Seconds seconds, int milliseconds) {
+    const Moment m = moment_of(seconds);
+    const auto word = [](int value) { return static_cast<WORD>(value); };
+    return {word(m.year), word(m.month),  word(m.weekday), word(m.day),
+            word(m.hour), word(m.minute), word(m.second),  word(milliseconds)};
+}
+
 inline bool fits_time_t(Seconds seconds) {
     return seconds >= std::numeric_limits<std::time_t>::min() &&
            seconds <= std::numeric_limits<std::time_t>::max();

@@ -57,13 +57,6 @@ class Clock : public testing::Test {
     }
 };
 
-SYSTEMTIME system_time(Seconds seconds, int milliseconds) {
-    const Moment m = moment_of(seconds);
-    const auto word = [](int value) { return static_cast<WORD>(value); };
-    return {word(m.year), word(m.month),  word(m.weekday), word(m.day),
-            word(m.hour), word(m.minute), word(m.second),  word(milliseconds)};
-}
-
 bool same(const SYSTEMTIME& a, const SYSTEMTIME& b) {
     return memcmp(&a, &b, sizeof a) == 0;
 }

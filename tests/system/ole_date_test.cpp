@@ -24,7 +24,7 @@ TEST(OleDate, TakenApartMatchesTheModel) {
                                                : seconds_of(101, 1, 1, 0, 0, 0) +
                                                      static_cast<Seconds>(random() % (9898LL * 365 * 86400));
         // A date before 1970 is cut towards it: half a second up, and the fraction then dropped.
-        const Moment m = moment_of(seconds < 0 ? seconds + 1 : seconds);
+        const Seconds rounded = seconds < 0 ? seconds + 1 : seconds;
         UDATE date = {};
         const HRESULT result = VarUdateFromDate(ole_date(seconds), 0, &date);
         if (!fits_time_t(seconds)) {
@@ -32,21 +32,10 @@ TEST(OleDate, TakenApartMatchesTheModel) {
             continue;
         }
         ASSERT_EQ(result, 0) << seconds;
-        const UDATE expected = {{static_cast<WORD>(m.year), static_cast<WORD>(m.month),
-                                 static_cast<WORD>(m.weekday + 1), static_cast<WORD>(m.day),
-                                 static_cast<WORD>(m.hour), static_cast<WORD>(m.minute),
-                                 static_cast<WORD>(m.second), 0},
-                                static_cast<WORD>(m.day_of_year)};
+        UDATE expected = {system_time(rounded, 0), static_cast<WORD>(moment_of(rounded).day_of_year)};
+        ++expected.st.wDayOfWeek; // Sunday is 1
         ASSERT_EQ(memcmp(&date, &expected, sizeof date), 0) << seconds;
     }
-}
-
-TEST(OleDate, TheEpochIsAThursdayCountedFromOne) {
-    UDATE date = {};
-    ASSERT_EQ(VarUdateFromDate(25569.0, 1, &date), 0);
-    EXPECT_EQ(date.st.wYear, 1970);
-    EXPECT_EQ(date.st.wDayOfWeek, 5);
-    EXPECT_EQ(date.wDayOfYear, 0);
 }
 
 TEST(OleDate, LimitsOfTheRange) {
