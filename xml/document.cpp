@@ -4,6 +4,7 @@
 // stands on). Records keep their kind for as long as the pool lives, so a stale pointer never sees a record
 // of another kind.
 #include "xml/records.h"
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -135,6 +136,29 @@ void CVurlDOM::DeleteChildren(CVurlNode* node) {
     if (node->pFirstChild != nullptr)
         ++m_nNodeReleases;
     node->pFirstChild = nullptr;
+}
+
+// The string pool becomes one block that the text fills, and the records start with as much room.
+char* CVurlDOM::CreateDocBuffer(unsigned n) {
+    FreeDOM(false);
+    char* buffer = n == UINT_MAX ? nullptr : AllocString(n + 1);
+    if (buffer == nullptr)
+        return nullptr;
+    buffer[n] = '\0';
+    m_pObjectPool = CVurlMemPool::Create(n);
+    return buffer;
+}
+
+char* CVurlDOM::CreateDOM(const char* rootName) {
+    FreeDOM(false);
+    m_pRoot = AllocNode();
+    if (m_pRoot == nullptr)
+        return nullptr;
+    char* name = AllocTagName(rootName);
+    m_pRoot->pszTagName = name;
+    if (name == nullptr)
+        m_pRoot = nullptr;
+    return name;
 }
 
 const char* CVurlDOM::GetRootTagName() const {

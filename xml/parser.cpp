@@ -1,17 +1,23 @@
 // Parses a document's text in place: one pass, no copy, no recursion.
 //
 // Invariants while parsing:
-// 1. The text ends in a zero byte, which is never overwritten by another; position_ never passes it.
-// 2. levels_[0 .. depth_ - 1] are the open elements; levels_[depth_] is the last element closed among the
-//    current siblings, or null.
-// 3. node_ and attribute_ are zeroed records that belong to no element yet. Either is null when it could not
-//    be allocated, which is reported when it is needed.
-#include "xml/records.h"
+// 1. The text ends in a zero byte, which is never overwritten by another; the position never passes it.
+// 2. open_[0 .. depth_ - 1] are the open elements; last_ is the last element closed among the current
+// siblings,
+//    or null.
+// 3. node_ and attribute_ belong to no element yet. Either is null when it could not be allocated, which is
+//    reported when it is needed.
+//
+// The position is a local variable of parse(), handed down by reference: stores into the text could otherwise
+// change it as far as the compiler knows, and it would live in memory.
+#include "xml/record_carver.h"
 #include "xml/scanner.h"
+#include "xml/word_scan.h"
 #include <climits>
 #include <cstring>
 
 using kalto::pool_data;
+using kalto::Word;
 
 namespace {
 
@@ -19,184 +25,258 @@ constexpr unsigned kMaxDepth = 64;
 
 class Parser {
   public:
-    Parser(CVurlDOM* dom, CVurlNode* node, CVurlAttribute* attribute, char* text)
-        : dom_(dom), node_(node), attribute_(attribute), position_(text) {
-        levels_[0] = nullptr;
-    }
-    // 0, or the code of the first fault.
-    unsigned parse();
-    char* position() const { return position_; }
-    CVurlNode* root() const { return levels_[0]; }
-    void release_spares();
+    Parser(CVurlDOM* dom, const char* last_word)
+        : records_(dom), node_(records_.node()), attribute_(records_.attribute()), last_word_(last_word) {}
+    // 0, or the code of the first fault; *stopped is where it was found.
+    unsigned parse(char* text, char** stopped);
+    CVurlNode* root() const { return last_; }
+    CVurlNode* spare_node() const { return node_; }
+    CVurlAttribute* spare_attribute() const { return attribute_; }
 
   private:
-    unsigned markup();
-    unsigned comment();
-    unsigned cdata();
-    unsigned end_tag();
-    unsigned start_tag();
-    unsigned attributes(signed char* stopped);
-    unsigned attribute_value();
-    unsigned open_element(bool has_content);
-    void link();
+    bool text(char*& p);
+    unsigned other_markup(char*& p);
+    unsigned cdata(char*& p);
+    unsigned end_tag(char*& p);
+    unsigned start_tag(char*& p);
+    unsigned attributes(char*& p, signed char& stopped);
+    unsigned attribute_value(char*& p);
+    unsigned add_element(const char* data);
+    template <char quote> bool value(char*& p);
+    bool slow_text(char*& p, char stop, size_t* shift) const;
+    signed char name(char*& p) const;
 
-    CVurlDOM* dom_;
+    kalto::RecordCarver records_;
     CVurlNode* node_;
     CVurlAttribute* attribute_;
-    CVurlAttribute** tail_ = nullptr;
-    char* position_;
-    size_t shift_ = 0; // how far the current text has moved left
+    const char* last_word_; // where the last whole word of the text's block begins
+    size_t shift_ = 0;      // how far the current text has moved left
     unsigned depth_ = 0;
     unsigned pending_ = 0;
-    CVurlNode* levels_[kMaxDepth + 1];
+    CVurlNode* last_ = nullptr;
+    CVurlNode* open_[kMaxDepth] = {};
 };
 
-unsigned Parser::parse() {
-    while (depth_ != 0 || levels_[0] == nullptr) {
-        if (kalto::scan_text(&position_, '<', &shift_) == 0)
-            return kalto::kIncomplete;
-        if (const unsigned error = markup())
-            return error;
+unsigned Parser::parse(char* text_begin, char** stopped) {
+    char* p = text_begin;
+    unsigned error = 0;
+    while (error == 0 && (depth_ != 0 || last_ == nullptr)) {
+        if (!text(p))
+            error = kalto::kIncomplete;
+        else if (*p == '/')
+            error = end_tag(p);
+        else if (*p == '!' || *p == '?')
+            error = other_markup(p);
+        else
+            error = start_tag(p);
     }
-    return pending_;
+    *stopped = p;
+    return error != 0 ? error : pending_;
 }
 
-// One piece of markup; position_ is behind its "<".
-unsigned Parser::markup() {
-    if (std::strncmp(position_, "![CDATA[", 8) == 0)
-        return cdata();
+// Up to and over the next "<"; false when there is none.
+inline bool Parser::text(char*& p) {
+    if (shift_ != 0)
+        return slow_text(p, '<', &shift_);
+    while (p <= last_word_) {
+        const Word flags = kalto::flag_text_end(kalto::load_word(p));
+        if (flags == 0) {
+            p += sizeof(Word);
+            continue;
+        }
+        p += kalto::first_flag(flags);
+        if (*p != '<')
+            break;
+        *p++ = '\0';
+        return true;
+    }
+    return slow_text(p, '<', &shift_);
+}
+
+bool Parser::slow_text(char*& p, char stop, size_t* shift) const {
+    char* position = p;
+    const signed char stopped = kalto::scan_text(&position, stop, shift, last_word_);
+    p = position;
+    return stopped != 0;
+}
+
+// Behind "<", at "!" or "?": what is skipped, what stays in the text, and a tag whose name begins with "!".
+unsigned Parser::other_markup(char*& p) {
+    if (std::strncmp(p, "![CDATA[", 8) == 0)
+        return cdata(p);
     shift_ = 0;
-    if (*position_ == '?') {
+    if (*p == '?') {
         size_t shift = 0;
-        kalto::scan_text(&position_, '>', &shift);
+        slow_text(p, '>', &shift); // an unterminated one ends the text, which is noticed next
         return 0;
     }
-    if (std::strncmp(position_, "!--", 3) == 0)
-        return comment();
-    return *position_ == '/' ? end_tag() : start_tag();
-}
-
-unsigned Parser::comment() {
-    char* end = std::strstr(position_ + 3, "-->");
+    if (std::strncmp(p, "!--", 3) != 0)
+        return start_tag(p);
+    char* end = std::strstr(p + 3, "-->");
     if (end == nullptr)
         return kalto::kUnterminatedComment;
-    position_ = end + 3;
+    p = end + 3;
     return 0;
 }
 
 // The section stays in the text around it, markers included. Where entities before it have moved the text it
 // moves along, and so does the text that follows.
-unsigned Parser::cdata() {
-    char* const begin = position_ - 1;
+unsigned Parser::cdata(char*& p) {
+    char* const begin = p - 1;
     char* end = std::strstr(begin + 9, "]]>");
     if (end == nullptr)
         return kalto::kUnterminatedCdata;
-    position_ = end + 3;
+    p = end + 3;
     *begin = '<';
     if (shift_ != 0)
-        std::memmove(begin - shift_, begin, static_cast<size_t>(position_ - begin));
+        std::memmove(begin - shift_, begin, static_cast<size_t>(p - begin));
     return 0;
 }
 
-unsigned Parser::end_tag() {
-    const char* name = ++position_;
-    if (kalto::scan_name(&position_) != '>')
+inline unsigned Parser::end_tag(char*& p) {
+    shift_ = 0;
+    const char* const written = ++p;
+    CVurlNode* const element = depth_ == 0 ? nullptr : open_[depth_ - 1];
+    const char* name_left = element == nullptr ? "" : element->pszTagName;
+    while (*name_left != '\0' && *name_left == *p) {
+        ++name_left;
+        ++p;
+    }
+    const bool matches = *name_left == '\0' && kalto::ends_name(*p);
+    if (!matches)
+        p = const_cast<char*>(written);
+    if (name(p) != '>')
         return kalto::kUnterminatedTag;
-    ++position_;
-    if (depth_ == 0)
+    ++p;
+    if (element == nullptr)
         return kalto::kUnexpectedEndTag;
-    CVurlNode* element = levels_[--depth_];
-    if (std::strcmp(name, element->pszTagName) != 0)
+    --depth_;
+    if (!matches)
         return kalto::kMismatchedEndTag;
-    if (element->pFirstChild != nullptr || *element->pszData == '\0')
+    if (last_ == nullptr && *element->pszData == '\0')
         element->pszData = nullptr;
+    last_ = element;
     return 0;
 }
 
-unsigned Parser::start_tag() {
+inline unsigned Parser::start_tag(char*& p) {
+    shift_ = 0;
     if (node_ == nullptr)
         return kalto::kNoMemory;
-    node_->pszTagName = position_;
-    tail_ = &node_->pFirstAttribute;
-    signed char stopped = kalto::scan_name(&position_);
-    if (const unsigned error = attributes(&stopped))
+    node_->pszTagName = p;
+    signed char stopped = name(p);
+    if (const unsigned error = attributes(p, stopped))
         return error;
     if (pending_ != 0)
         return pending_;
+    if (stopped == '>')
+        return add_element(++p);
     if (stopped == '\0')
         return kalto::kUnterminatedTag;
-    if (stopped == '/') {
-        if (position_[1] != '>')
-            return kalto::kInvalidTag;
-        position_ += 2;
-    } else {
-        node_->pszData = ++position_;
-    }
-    return open_element(stopped == '>');
+    if (p[1] != '>')
+        return kalto::kInvalidTag;
+    p += 2;
+    return add_element(nullptr);
 }
 
-unsigned Parser::attributes(signed char* stopped) {
-    while (*stopped != '/' && *stopped != '>' && *stopped != '\0') {
-        if (attribute_ == nullptr)
-            return kalto::kNoMemory;
-        attribute_->pszName = position_;
-        if (kalto::scan_name(&position_) != '=')
-            return kalto::kUnterminatedAttribute;
-        if (const unsigned error = attribute_value())
-            return error;
-        *tail_ = attribute_;
-        tail_ = &attribute_->pNext;
-        attribute_ = dom_->AllocAttribute();
-        if (attribute_ == nullptr)
-            return kalto::kNoMemory;
-        while (kalto::is_blank(*position_) || static_cast<signed char>(*position_) < 0)
-            ++position_;
-        *stopped = static_cast<signed char>(*position_);
+// A name that ends at *p, or later.
+inline signed char Parser::name(char*& p) const {
+    while (p <= last_word_) {
+        const Word flags = kalto::flag_name_end(kalto::load_word(p));
+        p += flags == 0 ? sizeof(Word) : kalto::first_flag(flags);
+        if (flags == 0)
+            continue;
+        if (kalto::ends_name(*p))
+            break;
+        ++p;
     }
+    while (!kalto::ends_name(*p))
+        ++p;
+    char* position = p;
+    const signed char stopped = kalto::end_name(&position);
+    p = position;
+    return stopped;
+}
+
+inline unsigned Parser::attributes(char*& p, signed char& stopped) {
+    CVurlAttribute** tail = &node_->pFirstAttribute;
+    while (stopped != '/' && stopped != '>' && stopped != '\0') {
+        CVurlAttribute* const attribute = attribute_;
+        *tail = nullptr;
+        if (attribute == nullptr)
+            return kalto::kNoMemory;
+        attribute->pszName = p;
+        if (name(p) != '=')
+            return kalto::kUnterminatedAttribute;
+        if (const unsigned error = attribute_value(p))
+            return error;
+        *tail = attribute;
+        tail = &attribute->pNext;
+        attribute_ = records_.attribute();
+        if (attribute_ == nullptr) {
+            *tail = nullptr;
+            return kalto::kNoMemory;
+        }
+        while (kalto::is_blank(*p) || static_cast<signed char>(*p) < 0)
+            ++p;
+        stopped = static_cast<signed char>(*p);
+    }
+    *tail = nullptr;
     return 0;
 }
 
-unsigned Parser::attribute_value() {
+inline unsigned Parser::attribute_value(char*& p) {
     do
-        ++position_;
-    while (kalto::is_blank(*position_));
-    const char quote = *position_;
+        ++p;
+    while (kalto::is_blank(*p));
+    const char quote = *p;
     if (quote != '"' && quote != '\'')
         return kalto::kMissingValue;
-    attribute_->pszValue = ++position_;
+    attribute_->pszValue = ++p;
+    const bool ends = quote == '"' ? value<'"'>(p) : value<'\''>(p);
+    return ends ? 0u : kalto::kUnterminatedAttribute;
+}
+
+template <char quote> inline bool Parser::value(char*& p) {
+    while (p <= last_word_) {
+        const Word flags = kalto::flag_value_end<quote>(kalto::load_word(p));
+        if (flags == 0) {
+            p += sizeof(Word);
+            continue;
+        }
+        p += kalto::first_flag(flags);
+        if (*p != quote)
+            break;
+        *p++ = '\0';
+        return true;
+    }
     size_t shift = 0;
-    return kalto::scan_text(&position_, quote, &shift) == 0 ? kalto::kUnterminatedAttribute : 0u;
+    return slow_text(p, quote, &shift);
 }
 
-unsigned Parser::open_element(bool has_content) {
-    link();
-    if (has_content) {
-        if (depth_ < kMaxDepth)
-            levels_[++depth_] = nullptr;
-        else
-            pending_ = kalto::kTooDeep;
+// data is null for an element that its own tag closes.
+inline unsigned Parser::add_element(const char* data) {
+    CVurlNode* const node = node_;
+    CVurlNode* const parent = depth_ == 0 ? nullptr : open_[depth_ - 1];
+    node->pszData = data;
+    node->pFirstChild = nullptr;
+    node->pNextSibling = nullptr;
+    node->pParent = parent;
+    if (last_ != nullptr) {
+        last_->pNextSibling = node;
+    } else if (parent != nullptr) {
+        parent->pFirstChild = node;
+        parent->pszData = nullptr; // an element with children keeps no text
     }
-    node_ = dom_->AllocNode();
+    last_ = node;
+    if (data != nullptr && depth_ < kMaxDepth) {
+        open_[depth_++] = node;
+        last_ = nullptr;
+    } else if (data != nullptr) {
+        pending_ = kalto::kTooDeep;
+    }
+    node_ = records_.node();
     return node_ == nullptr ? kalto::kNoMemory : 0u;
-}
-
-void Parser::link() {
-    if (CVurlNode* previous = levels_[depth_]) {
-        node_->pParent = previous->pParent;
-        previous->pNextSibling = node_;
-    } else if (depth_ > 0) {
-        node_->pParent = levels_[depth_ - 1];
-        node_->pParent->pFirstChild = node_;
-    }
-    levels_[depth_] = node_;
-}
-
-// Attributes that a faulty tag collected are linked to the spare node and stay with it.
-void Parser::release_spares() {
-    if (node_ != nullptr)
-        dom_->FreeNode(node_);
-    if (attribute_ != nullptr)
-        dom_->FreeAttribute(attribute_);
 }
 
 // The text at the start of the newest string block, or null when there is none that ends in a zero byte.
@@ -210,41 +290,37 @@ char* document_text(CVurlMemPool* block) {
 
 } // namespace
 
-char* CVurlDOM::CreateDocBuffer(unsigned n) {
-    FreeDOM(false);
-    if (n == UINT_MAX)
-        return nullptr;
-    char* buffer = AllocString(n + 1);
-    if (buffer == nullptr)
-        return nullptr;
-    buffer[n] = '\0';
-    m_pObjectPool = CVurlMemPool::Create(n);
-    return buffer;
-}
-
 int CVurlDOM::ReadDoc() {
-    CVurlNode* node = AllocNode();
-    CVurlAttribute* attribute = AllocAttribute();
-    m_nDocSize = 0;
-    char* text = document_text(m_pStringPool);
-    Parser parser(this, node, attribute, text);
+    char* const text = document_text(m_pStringPool);
+    char* stopped = text;
+    CVurlNode* node = nullptr;
+    CVurlAttribute* attribute = nullptr;
     unsigned error = 0;
-    if (node == nullptr && attribute == nullptr) {
-        error = kalto::kNoMemory;
-    } else if (text == nullptr) {
-        error = kalto::kIncomplete;
-    } else {
-        ScanForDocStyle(text);
-        error = parser.parse();
+    m_nDocSize = 0;
+    {
+        Parser parser(this, text == nullptr ? nullptr : text + m_pStringPool->nSize - sizeof(Word));
+        if (parser.spare_node() == nullptr && parser.spare_attribute() == nullptr) {
+            error = kalto::kNoMemory;
+        } else if (text == nullptr) {
+            error = kalto::kIncomplete;
+        } else {
+            ScanForDocStyle(text);
+            error = parser.parse(text, &stopped);
+        }
+        node = parser.spare_node();
+        attribute = parser.spare_attribute();
+        if (error == 0)
+            m_pRoot = parser.root();
     }
-    parser.release_spares();
-    if (error != 0) {
-        m_nError = error;
-        m_nDocSize = static_cast<unsigned>(parser.position() - text);
-        return 0;
-    }
-    m_pRoot = parser.root(); // Deliberate: m_nError keeps an earlier failure, which applications report later
-    return 1;
+    if (node != nullptr)
+        FreeNode(node);
+    if (attribute != nullptr)
+        FreeAttribute(attribute);
+    if (error == 0)
+        return 1; // Deliberate: m_nError keeps an earlier failure, which applications report later
+    m_nError = error;
+    m_nDocSize = static_cast<unsigned>(stopped - text);
+    return 0;
 }
 
 int CVurlDOM::ReadDoc(const char* text) {
@@ -256,16 +332,4 @@ int CVurlDOM::ReadDoc(const char* text) {
     }
     std::memcpy(buffer, text, length + 1);
     return ReadDoc();
-}
-
-char* CVurlDOM::CreateDOM(const char* rootName) {
-    FreeDOM(false);
-    m_pRoot = AllocNode();
-    if (m_pRoot == nullptr)
-        return nullptr;
-    char* name = AllocTagName(rootName);
-    m_pRoot->pszTagName = name;
-    if (name == nullptr)
-        m_pRoot = nullptr;
-    return name;
 }

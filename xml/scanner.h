@@ -11,14 +11,30 @@ inline bool is_blank(char c) {
     return byte >= 1 && byte <= 32;
 }
 
-// Ends the name at *pos with a zero byte; returns the byte that ended it, or the first non-blank byte after
-// it, which is where *pos is left.
-signed char scan_name(char** pos);
+// Deliberate: bytes from 0x80 up end a name (they are negative here), as existing files expect.
+inline bool ends_name(char c) {
+    return static_cast<signed char>(c) <= 32 || c == '>' || c == '/' || c == '=';
+}
+
+// Ends a name with a zero byte at *p, one of the bytes that end names; returns that byte, or the first
+// non-blank byte after it, which is where *p is left.
+inline signed char end_name(char** p) {
+    char stopped = **p;
+    **p = '\0';
+    if (is_blank(stopped)) {
+        do
+            ++*p;
+        while (is_blank(**p));
+        stopped = **p;
+    }
+    return static_cast<signed char>(stopped);
+}
 
 // Ends the text at *pos with a zero byte in place of the stop byte and decodes entities on the way. *shift is
 // how far the text has moved left so far: the caller starts with 0, or goes on with what an earlier part of
-// the same text left. Leaves *pos behind the stop byte, or at the zero byte that ended the text (result 0).
-signed char scan_text(char** pos, char stop, size_t* shift);
+// the same text left. Whole words may be read where they begin at or before last_word (null: nowhere). Leaves
+// *pos behind the stop byte, or at the zero byte that ended the text (result 0).
+signed char scan_text(char** pos, char stop, size_t* shift, const char* last_word);
 
 } // namespace kalto
 

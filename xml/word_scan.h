@@ -1,0 +1,67 @@
+// Looking at a machine word of text at a time for the bytes that end a name, a text or a value.
+//
+// Each test flags bytes of a word by their high bit. Only the first flag counts: borrows of the subtraction
+// may flag bytes behind it.
+#ifndef KALTO_XML_WORD_SCAN_H
+#define KALTO_XML_WORD_SCAN_H
+
+#include <cstdint>
+#include <cstring>
+
+namespace kalto {
+
+using Word = std::uintptr_t;
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first byte is a word's lowest");
+
+constexpr Word kWordOnes = ~Word{0} / 0xFF;
+constexpr Word kWordHighs = kWordOnes * 0x80;
+
+constexpr Word in_each_byte(unsigned char byte) {
+    return kWordOnes * byte;
+}
+
+inline Word load_word(const char* p) {
+    Word word;
+    std::memcpy(&word, p, sizeof word);
+    return word;
+}
+
+// How many bytes stand before the first flag; there must be one.
+inline unsigned first_flag(Word flags) {
+    return static_cast<unsigned>(sizeof(Word) == 8 ? __builtin_ctzll(flags)
+                                                   : __builtin_ctzl(static_cast<unsigned long>(flags))) /
+           8;
+}
+
+// Bytes below the limit (at most 0x80).
+constexpr Word flag_below(Word word, unsigned char limit) {
+    return (word - in_each_byte(limit)) & ~word & kWordHighs;
+}
+
+constexpr Word flag_zero(Word word) {
+    return flag_below(word, 1);
+}
+
+// Whatever ends a name, and a few bytes that do not: all below "0", "<" to "?", and all from 0x80 up.
+constexpr Word flag_name_end(Word word) {
+    return (((word - in_each_byte('0')) | word) & kWordHighs) | flag_below(word ^ in_each_byte('<'), 4);
+}
+
+// "<", "&" and the zero byte.
+constexpr Word flag_text_end(Word word) {
+    return flag_zero(word ^ in_each_byte('<')) | flag_zero(word ^ in_each_byte('&')) | flag_zero(word);
+}
+
+// The quote, "&" and the zero byte. Each quote differs from "&" in one bit, which is set in both before they
+// are compared.
+template <char quote> constexpr Word flag_value_end(Word word) {
+    constexpr unsigned char kBoth = quote | '&';
+    constexpr unsigned char kDifference = quote ^ '&';
+    static_assert((kDifference & (kDifference - 1)) == 0, "one bit");
+    return flag_zero((word | in_each_byte(kDifference)) ^ in_each_byte(kBoth)) | flag_zero(word);
+}
+
+} // namespace kalto
+
+#endif
