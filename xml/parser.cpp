@@ -3,8 +3,7 @@
 // Invariants while parsing:
 // 1. The text ends in a zero byte, which is never overwritten by another; the position never passes it.
 // 2. open_[0 .. depth_ - 1] are the open elements; last_ is the last element closed among the current
-// siblings,
-//    or null.
+//    siblings, or null.
 // 3. node_ and attribute_ belong to no element yet. Either is null when it could not be allocated, which is
 //    reported when it is needed.
 //
@@ -23,10 +22,46 @@ namespace {
 
 constexpr unsigned kMaxDepth = 64;
 
+// The pieces of the loop that every byte passes through are one function in the end: their position stays in
+// a register.
+#define KALTO_HOT [[gnu::always_inline]] inline
+
+// A short text and the "<" behind it, to be recognised when it comes again.
+struct Gap {
+    std::uint64_t bytes[2] = {'<', 0};
+    std::uint64_t mask[2] = {0xFF, 0};
+    size_t length = 1;
+
+    bool stands_at(const char* p) const {
+        std::uint64_t there[2];
+        std::memcpy(there, p, sizeof there);
+        return (((there[0] ^ bytes[0]) & mask[0]) | ((there[1] ^ bytes[1]) & mask[1])) == 0;
+    }
+    void remember(const char* p, size_t n) {
+        std::memcpy(bytes, p, sizeof bytes);
+        length = n;
+        mask[0] = n >= 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * n)) - 1;
+        mask[1] = n <= 8 ? 0 : n == 16 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * (n - 8))) - 1;
+    }
+};
+
+struct NameEnds {
+    bool ends[256] = {};
+    constexpr NameEnds() {
+        for (unsigned byte = 0; byte < 256; ++byte)
+            ends[byte] = kalto::ends_name(static_cast<char>(byte));
+    }
+    constexpr bool operator[](unsigned char byte) const { return ends[byte]; }
+};
+constexpr NameEnds kEndsName;
+
 class Parser {
   public:
-    Parser(CVurlDOM* dom, const char* last_word)
-        : records_(dom), node_(records_.node()), attribute_(records_.attribute()), last_word_(last_word) {}
+    // block_end is null when there is no text.
+    Parser(CVurlDOM* dom, const char* block_end)
+        : records_(dom), node_(records_.node()), attribute_(records_.attribute()), block_end_(block_end),
+          last_word_(block_end == nullptr ? nullptr : block_end - sizeof(Word)),
+          last_pair_(block_end == nullptr ? nullptr : block_end - 16) {}
     // 0, or the code of the first fault; *stopped is where it was found.
     unsigned parse(char* text, char** stopped);
     CVurlNode* root() const { return last_; }
@@ -34,23 +69,27 @@ class Parser {
     CVurlAttribute* spare_attribute() const { return attribute_; }
 
   private:
-    bool text(char*& p);
-    unsigned other_markup(char*& p);
-    unsigned cdata(char*& p);
-    unsigned end_tag(char*& p);
-    unsigned start_tag(char*& p);
-    unsigned attributes(char*& p, signed char& stopped);
-    unsigned attribute_value(char*& p);
-    unsigned add_element(const char* data);
-    template <char quote> bool value(char*& p);
-    bool slow_text(char*& p, char stop, size_t* shift) const;
-    signed char name(char*& p) const;
+    KALTO_HOT bool text(char*& p);
+    KALTO_HOT bool skip_markup(char*& p, unsigned& error);
+    bool no_element(char** position, unsigned* error);
+    bool cdata(char** position, unsigned* error);
+    KALTO_HOT unsigned end_tag(char*& p);
+    KALTO_HOT unsigned start_tag(char*& p);
+    KALTO_HOT unsigned attributes(char*& p, signed char& stopped);
+    KALTO_HOT unsigned attribute_value(char*& p);
+    KALTO_HOT unsigned add_element(const char* data);
+    template <char quote> KALTO_HOT bool value(char*& p);
+    KALTO_HOT bool slow_text(char*& p, char stop, size_t* shift) const;
+    KALTO_HOT signed char name(char*& p) const;
 
     kalto::RecordCarver records_;
     CVurlNode* node_;
     CVurlAttribute* attribute_;
+    const char* block_end_;
     const char* last_word_; // where the last whole word of the text's block begins
-    size_t shift_ = 0;      // how far the current text has moved left
+    const char* last_pair_; // the same for sixteen bytes
+    Gap gap_;
+    size_t shift_ = 0; // how far the current text has moved left
     unsigned depth_ = 0;
     unsigned pending_ = 0;
     CVurlNode* last_ = nullptr;
@@ -65,19 +104,24 @@ unsigned Parser::parse(char* text_begin, char** stopped) {
             error = kalto::kIncomplete;
         else if (*p == '/')
             error = end_tag(p);
-        else if (*p == '!' || *p == '?')
-            error = other_markup(p);
-        else
+        else if ((*p != '!' && *p != '?') || !skip_markup(p, error))
             error = start_tag(p);
     }
     *stopped = p;
     return error != 0 ? error : pending_;
 }
 
-// Up to and over the next "<"; false when there is none.
-inline bool Parser::text(char*& p) {
+// Up to and over the next "<"; false when there is none. Mostly that is the line break and the indentation of
+// the tag before: they are compared as a whole, so that the place of the tag need not wait for a scan.
+bool Parser::text(char*& p) {
     if (shift_ != 0)
         return slow_text(p, '<', &shift_);
+    if (p <= last_pair_ && gap_.stands_at(p)) {
+        p += gap_.length;
+        p[-1] = '\0';
+        return true;
+    }
+    char* const begin = p;
     while (p <= last_word_) {
         const Word flags = kalto::flag_text_end(kalto::load_word(p));
         if (flags == 0) {
@@ -87,6 +131,8 @@ inline bool Parser::text(char*& p) {
         p += kalto::first_flag(flags);
         if (*p != '<')
             break;
+        if (begin <= last_pair_ && p - begin < static_cast<ptrdiff_t>(sizeof(Gap::bytes)))
+            gap_.remember(begin, static_cast<size_t>(p + 1 - begin));
         *p++ = '\0';
         return true;
     }
@@ -95,45 +141,56 @@ inline bool Parser::text(char*& p) {
 
 bool Parser::slow_text(char*& p, char stop, size_t* shift) const {
     char* position = p;
-    const signed char stopped = kalto::scan_text(&position, stop, shift, last_word_);
+    const signed char stopped = kalto::scan_text(&position, stop, shift, block_end_);
     p = position;
     return stopped != 0;
 }
 
-// Behind "<", at "!" or "?": what is skipped, what stays in the text, and a tag whose name begins with "!".
-unsigned Parser::other_markup(char*& p) {
-    if (std::strncmp(p, "![CDATA[", 8) == 0)
-        return cdata(p);
+// Behind "<", at "!" or "?": passes over what is no element; false for a tag whose name begins with "!".
+bool Parser::skip_markup(char*& p, unsigned& error) {
+    char* position = p;
+    unsigned found = 0;
+    const bool skipped =
+        std::strncmp(p, "![CDATA[", 8) == 0 ? cdata(&position, &found) : no_element(&position, &found);
+    p = position;
+    error = found;
+    return skipped;
+}
+
+bool Parser::no_element(char** position, unsigned* error) {
     shift_ = 0;
-    if (*p == '?') {
+    if (**position == '?') {
         size_t shift = 0;
-        slow_text(p, '>', &shift); // an unterminated one ends the text, which is noticed next
-        return 0;
+        kalto::scan_text(position, '>', &shift, block_end_); // an unterminated one ends the text
+        return true;
     }
-    if (std::strncmp(p, "!--", 3) != 0)
-        return start_tag(p);
-    char* end = std::strstr(p + 3, "-->");
+    if (std::strncmp(*position, "!--", 3) != 0)
+        return false;
+    char* end = std::strstr(*position + 3, "-->");
     if (end == nullptr)
-        return kalto::kUnterminatedComment;
-    p = end + 3;
-    return 0;
+        *error = kalto::kUnterminatedComment;
+    else
+        *position = end + 3;
+    return true;
 }
 
 // The section stays in the text around it, markers included. Where entities before it have moved the text it
 // moves along, and so does the text that follows.
-unsigned Parser::cdata(char*& p) {
-    char* const begin = p - 1;
+bool Parser::cdata(char** position, unsigned* error) {
+    char* const begin = *position - 1;
     char* end = std::strstr(begin + 9, "]]>");
-    if (end == nullptr)
-        return kalto::kUnterminatedCdata;
-    p = end + 3;
+    if (end == nullptr) {
+        *error = kalto::kUnterminatedCdata;
+        return true;
+    }
+    *position = end + 3;
     *begin = '<';
     if (shift_ != 0)
-        std::memmove(begin - shift_, begin, static_cast<size_t>(p - begin));
-    return 0;
+        std::memmove(begin - shift_, begin, static_cast<size_t>(*position - begin));
+    return true;
 }
 
-inline unsigned Parser::end_tag(char*& p) {
+unsigned Parser::end_tag(char*& p) {
     shift_ = 0;
     const char* const written = ++p;
     CVurlNode* const element = depth_ == 0 ? nullptr : open_[depth_ - 1];
@@ -159,7 +216,7 @@ inline unsigned Parser::end_tag(char*& p) {
     return 0;
 }
 
-inline unsigned Parser::start_tag(char*& p) {
+unsigned Parser::start_tag(char*& p) {
     shift_ = 0;
     if (node_ == nullptr)
         return kalto::kNoMemory;
@@ -179,18 +236,10 @@ inline unsigned Parser::start_tag(char*& p) {
     return add_element(nullptr);
 }
 
-// A name that ends at *p, or later.
-inline signed char Parser::name(char*& p) const {
-    while (p <= last_word_) {
-        const Word flags = kalto::flag_name_end(kalto::load_word(p));
-        p += flags == 0 ? sizeof(Word) : kalto::first_flag(flags);
-        if (flags == 0)
-            continue;
-        if (kalto::ends_name(*p))
-            break;
-        ++p;
-    }
-    while (!kalto::ends_name(*p))
+// A name that ends at *p, or later. Names are short and come again and again: looking at each byte is
+// predicted well, and the place of what follows need not wait for it.
+signed char Parser::name(char*& p) const {
+    while (!kEndsName[static_cast<unsigned char>(*p)])
         ++p;
     char* position = p;
     const signed char stopped = kalto::end_name(&position);
@@ -198,7 +247,7 @@ inline signed char Parser::name(char*& p) const {
     return stopped;
 }
 
-inline unsigned Parser::attributes(char*& p, signed char& stopped) {
+unsigned Parser::attributes(char*& p, signed char& stopped) {
     CVurlAttribute** tail = &node_->pFirstAttribute;
     while (stopped != '/' && stopped != '>' && stopped != '\0') {
         CVurlAttribute* const attribute = attribute_;
@@ -225,7 +274,7 @@ inline unsigned Parser::attributes(char*& p, signed char& stopped) {
     return 0;
 }
 
-inline unsigned Parser::attribute_value(char*& p) {
+unsigned Parser::attribute_value(char*& p) {
     do
         ++p;
     while (kalto::is_blank(*p));
@@ -237,14 +286,16 @@ inline unsigned Parser::attribute_value(char*& p) {
     return ends ? 0u : kalto::kUnterminatedAttribute;
 }
 
-template <char quote> inline bool Parser::value(char*& p) {
-    while (p <= last_word_) {
-        const Word flags = kalto::flag_value_end<quote>(kalto::load_word(p));
-        if (flags == 0) {
-            p += sizeof(Word);
+// Two words at once: most values end in them, at a place that nobody can predict.
+template <char quote> bool Parser::value(char*& p) {
+    while (p <= last_pair_) {
+        const Word first = kalto::flag_value_end<quote>(kalto::load_word(p));
+        const Word second = kalto::flag_value_end<quote>(kalto::load_word(p + sizeof(Word)));
+        if ((first | second) == 0) {
+            p += 2 * sizeof(Word);
             continue;
         }
-        p += kalto::first_flag(flags);
+        p += kalto::first_flag(first, second);
         if (*p != quote)
             break;
         *p++ = '\0';
@@ -255,7 +306,7 @@ template <char quote> inline bool Parser::value(char*& p) {
 }
 
 // data is null for an element that its own tag closes.
-inline unsigned Parser::add_element(const char* data) {
+unsigned Parser::add_element(const char* data) {
     CVurlNode* const node = node_;
     CVurlNode* const parent = depth_ == 0 ? nullptr : open_[depth_ - 1];
     node->pszData = data;
@@ -298,7 +349,7 @@ int CVurlDOM::ReadDoc() {
     unsigned error = 0;
     m_nDocSize = 0;
     {
-        Parser parser(this, text == nullptr ? nullptr : text + m_pStringPool->nSize - sizeof(Word));
+        Parser parser(this, text == nullptr ? nullptr : text + m_pStringPool->nSize);
         if (parser.spare_node() == nullptr && parser.spare_attribute() == nullptr) {
             error = kalto::kNoMemory;
         } else if (text == nullptr) {

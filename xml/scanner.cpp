@@ -1,6 +1,7 @@
 // Scanning names and texts in place.
 #include "xml/scanner.h"
 #include "xml/word_scan.h"
+#include <cstdint>
 #include <cstring>
 #include <kalto/xml.h>
 
@@ -8,39 +9,96 @@ namespace {
 
 using kalto::Word;
 
+// An entity as the first bytes of a pair of words, so that one comparison finds it.
 struct Entity {
-    char text[8];
-    unsigned char length;
-    char byte;
+    std::uint64_t text = 1; // no entity: nothing equals it under the mask
+    std::uint64_t mask = 0;
+    unsigned char length = 0;
+    char byte = 0;
 };
 
-constexpr Entity kEntities[] = {
-    {"&amp;", 5, '&'}, {"&lt;", 4, '<'}, {"&gt;", 4, '>'}, {"&quot;", 6, '"'}, {"&apos;", 6, '\''}};
-
-const Entity* entity_at(const char* p) {
-    for (const Entity& entity : kEntities) {
-        if (p[1] == entity.text[1] && std::strncmp(p, entity.text, entity.length) == 0)
-            return &entity;
+// The entities, each at a place that its second and third byte give.
+class Entities {
+  public:
+    constexpr Entities() {
+        add("&amp;", '&');
+        add("&lt;", '<');
+        add("&gt;", '>');
+        add("&quot;", '"');
+        add("&apos;", '\'');
     }
-    return nullptr;
+    // The only one that may stand at p, where eight bytes can be read.
+    const Entity& candidate(const char* p) const { return entries_[place(p[1], p[2])]; }
+
+  private:
+    static constexpr unsigned place(char second, char third) {
+        return (static_cast<unsigned char>(second) ^ static_cast<unsigned char>(third)) & 15u;
+    }
+    constexpr void add(const char* text, char byte) {
+        Entity& entity = entries_[place(text[1], text[2])];
+        entity.text = 0;
+        for (; text[entity.length] != '\0'; ++entity.length) {
+            entity.text |= static_cast<std::uint64_t>(text[entity.length]) << (8 * entity.length);
+            entity.mask |= std::uint64_t{0xFF} << (8 * entity.length);
+        }
+        entity.byte = byte;
+    }
+
+    Entity entries_[16] = {};
+};
+constexpr Entities kEntities;
+
+// The length of the entity at p, a "&", with the byte that it stands for; 0 when there is none.
+unsigned entity_at(const char* p, const char* block_end, char* byte) {
+    char copy[8] = {};
+    if (block_end == nullptr || block_end - p < 8) {
+        for (size_t i = 0; i + 1 < sizeof copy && p[i] != '\0'; ++i)
+            copy[i] = p[i];
+        p = copy;
+    }
+    const Entity& entity = kEntities.candidate(p);
+    std::uint64_t text = 0;
+    std::memcpy(&text, p, sizeof text);
+    *byte = entity.byte;
+    return ((text ^ entity.text) & entity.mask) == 0 ? entity.length : 0u;
 }
 
-// Moves bytes left until one at which the scan must look: the stop byte, "&" or the zero byte. Returns its
-// place, or the place where whole words end.
-char* move_words(char* p, size_t moved, char stop, const char* last_word) {
-    const Word stops = kalto::in_each_byte(static_cast<unsigned char>(stop));
-    for (; p <= last_word; p += sizeof(Word)) {
-        const Word word = kalto::load_word(p);
-        const Word flags = kalto::flag_zero(word ^ stops) |
-                           kalto::flag_zero(word ^ kalto::in_each_byte('&')) | kalto::flag_zero(word);
-        if (flags == 0) {
-            std::memcpy(p - moved, &word, sizeof word); // behind what was read, also when the two overlap
-            continue;
-        }
-        for (unsigned left = kalto::first_flag(flags); left > 0; --left, ++p)
-            p[-static_cast<ptrdiff_t>(moved)] = *p;
-        return p;
+// memmove to the left, for runs that are mostly a few words long.
+void move_left(char* to, const char* from, size_t n) {
+    if (n < sizeof(Word)) {
+        for (size_t i = 0; i < n; ++i)
+            to[i] = from[i];
+        return;
     }
+    const Word last = kalto::load_word(from + n - sizeof(Word)); // before a store reaches it
+    for (size_t i = 0; i + sizeof(Word) <= n; i += sizeof(Word)) {
+        const Word word = kalto::load_word(from + i);
+        std::memcpy(to + i, &word, sizeof word);
+    }
+    std::memcpy(to + n - sizeof(Word), &last, sizeof last);
+}
+
+// Moves a run of text left, up to where the scan must look next: the stop byte, a "&", the zero byte, or
+// where a pair of words no longer fits the block. Returns that place.
+char* move_run(char* p, size_t moved, char stop, const char* block_end) {
+    constexpr ptrdiff_t kPair = 2 * sizeof(Word);
+    const Word stops = kalto::in_each_byte(static_cast<unsigned char>(stop));
+    const bool apart = moved >= static_cast<size_t>(kPair);
+    char* const run = p;
+    for (; block_end - p >= kPair; p += kPair) {
+        Word words[2];
+        std::memcpy(words, p, sizeof words);
+        if (apart) // what is copied too much lands on text that has been moved already
+            std::memcpy(p - moved, words, sizeof words);
+        const Word first = kalto::flag_stop(words[0], stops);
+        const Word second = kalto::flag_stop(words[1], stops);
+        if ((first | second) != 0) {
+            p += kalto::first_flag(first, second);
+            break;
+        }
+    }
+    if (moved != 0 && !apart)
+        move_left(run - moved, run, static_cast<size_t>(p - run));
     return p;
 }
 
@@ -48,12 +106,12 @@ char* move_words(char* p, size_t moved, char stop, const char* last_word) {
 
 namespace kalto {
 
-signed char scan_text(char** pos, char stop, size_t* shift, const char* last_word) {
+signed char scan_text(char** pos, char stop, size_t* shift, const char* block_end) {
     char* p = *pos;
     size_t moved = *shift;
     for (;; ++p) {
-        if (last_word != nullptr)
-            p = move_words(p, moved, stop, last_word);
+        if (block_end != nullptr)
+            p = move_run(p, moved, stop, block_end);
         if (*p == '\0' || *p == stop)
             break;
         if (*p != '&') {
@@ -62,10 +120,11 @@ signed char scan_text(char** pos, char stop, size_t* shift, const char* last_wor
         }
         // Deliberate: after an entity of this run, a "&" that begins none is not copied, so that files
         // written by older devices read as they always did.
-        if (const Entity* entity = entity_at(p)) {
-            p[-static_cast<ptrdiff_t>(moved)] = entity->byte;
-            moved += entity->length - 1u;
-            p += entity->length - 1;
+        char byte = 0;
+        if (const unsigned length = entity_at(p, block_end, &byte)) {
+            p[-static_cast<ptrdiff_t>(moved)] = byte;
+            moved += length - 1;
+            p += length - 1;
         } else if (moved == *shift) {
             p[-static_cast<ptrdiff_t>(moved)] = '&';
         }

@@ -12,7 +12,7 @@ inline bool is_blank(char c) {
 }
 
 // Deliberate: bytes from 0x80 up end a name (they are negative here), as existing files expect.
-inline bool ends_name(char c) {
+constexpr bool ends_name(char c) {
     return static_cast<signed char>(c) <= 32 || c == '>' || c == '/' || c == '=';
 }
 
@@ -32,9 +32,9 @@ inline signed char end_name(char** p) {
 
 // Ends the text at *pos with a zero byte in place of the stop byte and decodes entities on the way. *shift is
 // how far the text has moved left so far: the caller starts with 0, or goes on with what an earlier part of
-// the same text left. Whole words may be read where they begin at or before last_word (null: nowhere). Leaves
-// *pos behind the stop byte, or at the zero byte that ended the text (result 0).
-signed char scan_text(char** pos, char stop, size_t* shift, const char* last_word);
+// the same text left. Bytes up to block_end may be read, whatever they hold (null: none behind the zero
+// byte). Leaves *pos behind the stop byte, or at the zero byte that ended the text (result 0).
+signed char scan_text(char** pos, char stop, size_t* shift, const char* block_end);
 
 } // namespace kalto
 

@@ -34,6 +34,11 @@ inline unsigned first_flag(Word flags) {
            8;
 }
 
+// The same for two words that follow each other, of which one at least is flagged.
+inline unsigned first_flag(Word first, Word second) {
+    return (first != 0 ? 0u : static_cast<unsigned>(sizeof(Word))) + first_flag(first != 0 ? first : second);
+}
+
 // Bytes below the limit (at most 0x80).
 constexpr Word flag_below(Word word, unsigned char limit) {
     return (word - in_each_byte(limit)) & ~word & kWordHighs;
@@ -43,14 +48,14 @@ constexpr Word flag_zero(Word word) {
     return flag_below(word, 1);
 }
 
-// Whatever ends a name, and a few bytes that do not: all below "0", "<" to "?", and all from 0x80 up.
-constexpr Word flag_name_end(Word word) {
-    return (((word - in_each_byte('0')) | word) & kWordHighs) | flag_below(word ^ in_each_byte('<'), 4);
-}
-
 // "<", "&" and the zero byte.
 constexpr Word flag_text_end(Word word) {
     return flag_zero(word ^ in_each_byte('<')) | flag_zero(word ^ in_each_byte('&')) | flag_zero(word);
+}
+
+// The byte that a word is full of, "&" and the zero byte.
+constexpr Word flag_stop(Word word, Word stops) {
+    return flag_zero(word ^ stops) | flag_zero(word ^ in_each_byte('&')) | flag_zero(word);
 }
 
 // The quote, "&" and the zero byte. Each quote differs from "&" in one bit, which is set in both before they
@@ -60,6 +65,13 @@ template <char quote> constexpr Word flag_value_end(Word word) {
     constexpr unsigned char kDifference = quote ^ '&';
     static_assert((kDifference & (kDifference - 1)) == 0, "one bit");
     return flag_zero((word | in_each_byte(kDifference)) ^ in_each_byte(kBoth)) | flag_zero(word);
+}
+
+// The characters that the writer replaces, the zero byte, and "#": the quotes and "&" are told from others
+// without their two low bits that differ, which "#" has in common.
+constexpr Word flag_markup(Word word) {
+    return flag_zero((word | in_each_byte(0x05)) ^ in_each_byte('\'')) |
+           flag_zero((word | in_each_byte(0x02)) ^ in_each_byte('>')) | flag_zero(word);
 }
 
 } // namespace kalto

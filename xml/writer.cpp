@@ -1,9 +1,13 @@
 // Turns a tree back into text: one pass that counts, one allocation, one pass that writes.
-#include "xml/records.h"
+#include "xml/output_sinks.h"
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+
+using kalto::Copier;
+using kalto::Counter;
+using kalto::Selected;
 
 namespace {
 
@@ -33,23 +37,6 @@ class LineBreaks {
     const char* text_;
 };
 
-// Where the pieces of a document go. The two known sinks are called directly; whatever else an application
-// has selected is called through the document.
-struct Counter {
-    CVurlDOM* dom;
-    void put(const char* text, unsigned length) const { dom->AccumulateDocSize(text, length); }
-};
-
-struct Copier {
-    CVurlDOM* dom;
-    void put(const char* text, unsigned length) const { dom->SendOutputToDocBuffer(text, length); }
-};
-
-struct Selected {
-    CVurlDOM* dom;
-    void put(const char* text, unsigned length) const { dom->Output(text, length); }
-};
-
 // The end of the CDATA section that begins at text, or null when none does.
 const char* cdata_end(const char* text) {
     constexpr char kOpening[] = "<![CDATA[";
@@ -65,53 +52,31 @@ bool passes_in_value(const char* begin, const char* end) {
     return std::find_if(begin, end, [](char c) { return c == '"' || c == '&'; }) == end;
 }
 
-const char* entity_for(char c) {
-    switch (c) {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '"':
-        return "&quot;";
-    default:
-        return "&apos;";
-    }
-}
-
 template <class Sink> class Writer {
   public:
-    Writer(Sink sink, CVurlDOM* dom) : sink_(sink), dom_(dom), breaks_(dom->m_nDocStyle) {}
+    Writer(Sink* sink, const CVurlDOM& dom) : sink_(*sink), dom_(dom), breaks_(dom.m_nDocStyle) {}
     void document();
     void converted(const char* text, bool in_value);
 
   private:
-    void put(const char* text) { put(text, std::strlen(text)); }
-    void put(const char* text, size_t length);
-    void line_break(unsigned depth) { put(breaks_.text(), breaks_.length(depth)); }
+    template <size_t size> void put(const char (&text)[size]) { sink_.put(text, size - 1); }
+    void line_break(unsigned depth) { sink_.padded(breaks_.text(), breaks_.length(depth)); }
     void start_tag(const CVurlNode* node);
     void leaf(const CVurlNode* node);
     void end_tag(const CVurlNode* node);
 
-    Sink sink_;
-    CVurlDOM* dom_;
+    Sink& sink_;
+    const CVurlDOM& dom_;
     LineBreaks breaks_;
 };
 
-template <class Sink> void Writer<Sink>::put(const char* text, size_t length) {
-    for (; length > UINT_MAX; text += UINT_MAX, length -= UINT_MAX)
-        sink_.put(text, UINT_MAX);
-    sink_.put(text, static_cast<unsigned>(length));
-}
-
 template <class Sink> void Writer<Sink>::document() {
-    const CVurlNode* node = dom_->m_pRoot;
+    const CVurlNode* node = dom_.m_pRoot;
     if (node == nullptr)
         return;
-    if ((dom_->m_nDocStyle & DOCSTYLE_BOM) != 0)
+    if ((dom_.m_nDocStyle & DOCSTYLE_BOM) != 0)
         put("\xEF\xBB\xBF");
-    if ((dom_->m_nDocStyle & DOCSTYLE_NO_DECL) == 0) {
+    if ((dom_.m_nDocStyle & DOCSTYLE_NO_DECL) == 0) {
         put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
         line_break(0);
     }
@@ -137,10 +102,10 @@ template <class Sink> void Writer<Sink>::document() {
 
 template <class Sink> void Writer<Sink>::start_tag(const CVurlNode* node) {
     put("<");
-    put(node->pszTagName);
+    sink_.string(node->pszTagName);
     for (const CVurlAttribute* a = node->pFirstAttribute; a != nullptr; a = a->pNext) {
         put(" ");
-        put(a->pszName);
+        sink_.string(a->pszName);
         put("=\"");
         converted(a->pszValue, true);
         put("\"");
@@ -152,7 +117,10 @@ template <class Sink> void Writer<Sink>::start_tag(const CVurlNode* node) {
 template <class Sink> void Writer<Sink>::leaf(const CVurlNode* node) {
     if (node->pszData == nullptr) {
         const bool nameless = *node->pszTagName == '\0' && node->pFirstAttribute == nullptr;
-        put(nameless ? " />" : "/>");
+        if (nameless)
+            put(" />");
+        else
+            put("/>");
         return;
     }
     put(">");
@@ -162,28 +130,36 @@ template <class Sink> void Writer<Sink>::leaf(const CVurlNode* node) {
 
 template <class Sink> void Writer<Sink>::end_tag(const CVurlNode* node) {
     put("</");
-    put(node->pszTagName);
+    sink_.string(node->pszTagName);
     put(">");
 }
 
 template <class Sink> void Writer<Sink>::converted(const char* text, bool in_value) {
-    for (;;) {
-        size_t run = std::strcspn(text, "&<>\"'");
-        if (text[run] == '<') {
-            const char* end = cdata_end(text + run);
-            if (end != nullptr && (!in_value || passes_in_value(text + run, end))) {
-                put(text, static_cast<size_t>(end - text));
-                text = end;
-                continue;
-            }
+    for (text = sink_.run(text); *text != '\0'; text = sink_.run(text)) {
+        const char* end = *text == '<' && text[1] == '!' ? cdata_end(text) : nullptr;
+        if (end != nullptr && (!in_value || passes_in_value(text, end))) {
+            sink_.put(text, static_cast<size_t>(end - text));
+            text = end;
+        } else {
+            sink_.replacement(*text++);
         }
-        if (run != 0)
-            put(text, run);
-        if (text[run] == '\0')
-            return;
-        put(entity_for(text[run]));
-        text += run + 1;
     }
+}
+
+unsigned saturated(std::uint64_t size) {
+    return size > UINT_MAX ? UINT_MAX : static_cast<unsigned>(size);
+}
+
+void count(CVurlDOM* dom) {
+    Counter sink(dom);
+    Writer<Counter>(&sink, *dom).document();
+    dom->m_nDocSize = saturated(dom->m_nDocSize + sink.size());
+}
+
+void copy(CVurlDOM* dom, char* end) {
+    Copier sink(dom, end);
+    Writer<Copier>(&sink, *dom).document();
+    dom->m_pOutputCursor = sink.cursor();
 }
 
 } // namespace
@@ -193,7 +169,7 @@ char* CVurlDOM::WriteDoc(unsigned* pSize, unsigned reserve) {
     m_pDocBuffer = nullptr;
     m_pfnOutput = &CVurlDOM::AccumulateDocSize;
     m_nDocSize = 0;
-    GenerateDoc();
+    count(this);
     const size_t size = size_t{m_nDocSize} + 1;
     const bool expressible = m_nDocSize != UINT_MAX && size <= SIZE_MAX - reserve;
     if (m_pRoot != nullptr && expressible)
@@ -201,7 +177,7 @@ char* CVurlDOM::WriteDoc(unsigned* pSize, unsigned reserve) {
     if (m_pDocBuffer != nullptr) {
         m_pfnOutput = &CVurlDOM::SendOutputToDocBuffer;
         m_pOutputCursor = m_pDocBuffer + reserve;
-        GenerateDoc();
+        copy(this, m_pOutputCursor + size);
         *m_pOutputCursor = '\0';
     }
     if (pSize != nullptr)
@@ -209,13 +185,17 @@ char* CVurlDOM::WriteDoc(unsigned* pSize, unsigned reserve) {
     return m_pDocBuffer;
 }
 
+// The two sinks of the library are served directly, whatever else is selected through Output. Nothing is
+// known about the room behind a cursor that an application has set.
 void CVurlDOM::GenerateDoc() {
-    if (m_pfnOutput == &CVurlDOM::AccumulateDocSize)
-        Writer<Counter>({this}, this).document();
-    else if (m_pfnOutput == &CVurlDOM::SendOutputToDocBuffer)
-        Writer<Copier>({this}, this).document();
-    else
-        Writer<Selected>({this}, this).document();
+    if (m_pfnOutput == &CVurlDOM::AccumulateDocSize) {
+        count(this);
+    } else if (m_pfnOutput == &CVurlDOM::SendOutputToDocBuffer) {
+        copy(this, nullptr);
+    } else {
+        Selected sink(this);
+        Writer<Selected>(&sink, *this).document();
+    }
 }
 
 void CVurlDOM::Output(const char* text, unsigned length) {
@@ -228,7 +208,8 @@ void CVurlDOM::Output(const char* text) {
 }
 
 void CVurlDOM::OutputWithEntityConversion(const char* text) {
-    Writer<Selected>({this}, this).converted(text, false);
+    Selected sink(this);
+    Writer<Selected>(&sink, *this).converted(text, false);
 }
 
 void CVurlDOM::AccumulateDocSize(const char* /*text*/, unsigned length) {

@@ -1,0 +1,184 @@
+// Where the pieces of a written document go: counted, copied to the document's buffer, or handed to whatever
+// sink an application has selected. Each takes pieces (put), whole strings (string), and the part of a string
+// up to the next character that is to be replaced (run), which returns the place of that character, of a "#",
+// or of the end.
+#ifndef KALTO_XML_OUTPUT_SINKS_H
+#define KALTO_XML_OUTPUT_SINKS_H
+
+#include "xml/records.h"
+#include "xml/word_scan.h"
+#include <climits>
+#include <cstring>
+
+namespace kalto {
+
+constexpr size_t kPairSize = 2 * sizeof(Word);
+constexpr char kMarkup[] = "&<>\"'#";
+
+// The block in which most strings of a document lie. A pair of words may be read at a place in it, whatever
+// stands behind the string; elsewhere strings are looked at byte by byte.
+class StringBlock {
+  public:
+    explicit StringBlock(CVurlMemPool* pool) {
+        for (unsigned size = 0; pool != nullptr; pool = pool->pNext) {
+            if (pool->nSize < size)
+                continue;
+            size = pool->nSize;
+            begin_ = reinterpret_cast<std::uintptr_t>(pool_data(pool));
+            places_ = size < kPairSize ? 0 : size - kPairSize + 1;
+        }
+    }
+    bool holds_pair(const char* p) const { return reinterpret_cast<std::uintptr_t>(p) - begin_ < places_; }
+
+  private:
+    std::uintptr_t begin_ = 0;
+    std::uintptr_t places_ = 0;
+};
+
+// What stands for a character that is replaced; "#" stands for itself.
+struct Replacement {
+    char text[8] = {};
+    std::uint64_t length = 0;
+};
+
+class Replacements {
+  public:
+    constexpr Replacements() {
+        add('&', "&amp;");
+        add('<', "&lt;");
+        add('>', "&gt;");
+        add('"', "&quot;");
+        add('\'', "&apos;");
+        add('#', "#");
+    }
+    const Replacement& operator[](char c) const { return entries_[static_cast<unsigned char>(c) % 32]; }
+
+  private:
+    constexpr void add(char c, const char* text) {
+        Replacement& entry = entries_[static_cast<unsigned char>(c) % 32];
+        for (; text[entry.length] != '\0'; ++entry.length)
+            entry.text[entry.length] = text[entry.length];
+    }
+    Replacement entries_[32] = {};
+};
+constexpr Replacements kReplacements;
+
+struct ZeroFlags {
+    static Word flags(Word word) { return flag_zero(word); }
+    static size_t rest(const char* text) { return std::strlen(text); }
+};
+
+struct MarkupFlags {
+    static Word flags(Word word) { return flag_markup(word); }
+    static size_t rest(const char* text) { return std::strcspn(text, kMarkup); }
+};
+
+class Counter {
+  public:
+    explicit Counter(CVurlDOM* dom) : block_(dom->m_pStringPool) {}
+    std::uint64_t size() const { return size_; }
+    void put(const char* /*text*/, size_t length) { size_ += length; }
+    void padded(const char* text, size_t length) { put(text, length); }
+    void replacement(char c) { size_ += kReplacements[c].length; }
+    void string(const char* text) { size_ += static_cast<size_t>(find<ZeroFlags>(text) - text); }
+    const char* run(const char* text) {
+        const char* end = find<MarkupFlags>(text);
+        size_ += static_cast<size_t>(end - text);
+        return end;
+    }
+
+  private:
+    template <class Flags> const char* find(const char* text) const {
+        for (; block_.holds_pair(text); text += kPairSize) {
+            const Word first = Flags::flags(load_word(text));
+            const Word second = Flags::flags(load_word(text + sizeof(Word)));
+            if ((first | second) != 0)
+                return text + first_flag(first, second);
+        }
+        return text + Flags::rest(text);
+    }
+
+    StringBlock block_;
+    std::uint64_t size_ = 0;
+};
+
+class Copier {
+  public:
+    // A whole pair of words may be stored up to `end`, beyond what is written in the end; null: not at all.
+    Copier(CVurlDOM* dom, char* end)
+        : block_(dom->m_pStringPool), cursor_(dom->m_pOutputCursor), end_(end == nullptr ? cursor_ : end) {}
+    char* cursor() const { return cursor_; }
+    void put(const char* text, size_t length) {
+        std::memcpy(cursor_, text, length);
+        cursor_ += length;
+    }
+    void padded(const char* text, size_t length) {
+        if (length > 16 || !has_room(16)) {
+            put(text, length);
+            return;
+        }
+        std::memcpy(cursor_, text, 16);
+        cursor_ += length;
+    }
+    void replacement(char c) {
+        const Replacement& replacement = kReplacements[c];
+        if (has_room(sizeof replacement.text)) {
+            std::memcpy(cursor_, replacement.text, sizeof replacement.text);
+            cursor_ += replacement.length;
+        } else {
+            put(replacement.text, replacement.length);
+        }
+    }
+    void string(const char* text) { copy<ZeroFlags>(text); }
+    const char* run(const char* text) { return copy<MarkupFlags>(text); }
+
+  private:
+    bool has_room(ptrdiff_t size) const { return end_ - cursor_ >= size; }
+    template <class Flags> const char* copy(const char* text) {
+        while (block_.holds_pair(text) && has_room(kPairSize)) {
+            Word words[2];
+            std::memcpy(words, text, sizeof words);
+            std::memcpy(cursor_, words, sizeof words);
+            const Word first = Flags::flags(words[0]);
+            const Word second = Flags::flags(words[1]);
+            const size_t length = (first | second) != 0 ? first_flag(first, second) : kPairSize;
+            cursor_ += length;
+            text += length;
+            if ((first | second) != 0)
+                return text;
+        }
+        const size_t length = Flags::rest(text);
+        put(text, length);
+        return text + length;
+    }
+
+    StringBlock block_;
+    char* cursor_;
+    char* end_;
+};
+
+class Selected {
+  public:
+    explicit Selected(CVurlDOM* dom) : dom_(dom) {}
+    void put(const char* text, size_t length) {
+        for (; length > UINT_MAX; text += UINT_MAX, length -= UINT_MAX)
+            dom_->Output(text, UINT_MAX);
+        dom_->Output(text, static_cast<unsigned>(length));
+    }
+    void padded(const char* text, size_t length) { put(text, length); }
+    void replacement(char c) { put(kReplacements[c].text, kReplacements[c].length); }
+    void string(const char* text) { put(text, std::strlen(text)); }
+    const char* run(const char* text) {
+        const size_t length = std::strcspn(text, kMarkup);
+        if (length != 0)
+            put(text, length);
+        return text + length;
+    }
+
+  private:
+    CVurlDOM* dom_;
+};
+
+} // namespace kalto
+
+#endif
