@@ -23,8 +23,8 @@ int closeallhandles(void) {
     kalto::close_below(limit.rlim_max);
     if (setsid() < 0)
         return -1;
-    const int null = open("/dev/null", O_RDWR);
-    if (dup(null) < 0 || dup(null) < 0)
-        return -1;
-    return 0;
+    const int input = open("/dev/null", O_RDWR);
+    const int output = dup(input);
+    const int error = dup(input);
+    return input == 0 && output == 1 && error == 2 ? 0 : -1;
 }

@@ -159,9 +159,9 @@ void WaitGroup::look_again_if_hopeless(WakeList& woken) {
 
 WaitGroup::Seen WaitGroup::look_at_object(SyncRecord& object, GroupEntry& entry) {
     const Guard held(object.guard);
-    GroupEntry& own = entry.linked ? entry : *entry_of(object, this);
-    if (own.given) {
-        own.given = false;
+    GroupEntry* const own = entry.linked ? &entry : entry_of(object, this);
+    if (own != nullptr && own->given) {
+        own->given = false;
         return Seen::kSignal;
     }
     {

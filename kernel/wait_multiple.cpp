@@ -39,7 +39,7 @@ class Entries {
   public:
     Entries(DWORD count, const HANDLE* handles)
         : more_(count <= MAXIMUM_WAIT_OBJECTS ? nullptr
-                                              : static_cast<GroupEntry*>(malloc(count * sizeof(GroupEntry)))),
+                                              : static_cast<GroupEntry*>(calloc(count, sizeof(GroupEntry)))),
           first_(count <= MAXIMUM_WAIT_OBJECTS ? few_ : more_) {
         if (first_ == nullptr)
             return;

@@ -16,7 +16,7 @@ void WakeList::wake_all() {
     while (first_ != nullptr) {
         SingleWaiter* const waiter = first_;
         first_ = waiter->next; // the post ends the waiter's life
-        sem_post(&waiter->wake);
+        give_back(waiter->wake);
     }
 }
 

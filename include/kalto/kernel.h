@@ -140,6 +140,14 @@ KALTO_API BOOL ReleaseMutex(HANDLE hMutex);
 #define CREATE_SUSPENDED 4
 #define STILL_ACTIVE 0x7FFFFFFF
 #define THREAD_PRIORITY_ERROR_RETURN 0x7FFFFFFF
+/* Taken as raw priorities: those above 0 make a real-time thread, the others leave a thread as it is. */
+#define THREAD_PRIORITY_IDLE (-15)
+#define THREAD_PRIORITY_LOWEST (-2)
+#define THREAD_PRIORITY_BELOW_NORMAL (-1)
+#define THREAD_PRIORITY_NORMAL 0
+#define THREAD_PRIORITY_ABOVE_NORMAL 1
+#define THREAD_PRIORITY_HIGHEST 2
+#define THREAD_PRIORITY_TIME_CRITICAL 15
 
 /* The body of a thread: its parameter is CreateThread's. */
 typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(LPVOID lpParameter);
@@ -304,6 +312,9 @@ KALTO_API DWORD EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection);
 /* Gives the section back, whatever the number of enters and whoever owns it. */
 KALTO_API void LeaveCriticalSection(LPCRITICAL_SECTION lpCriticalSection);
 
+/* For ported source: there is nothing to delete. */
+#define DeleteCriticalSection(lpCriticalSection) ((void)(lpCriticalSection))
+
 /* ---- Interlocked operations ---- */
 
 /* Each is atomic against every other one, in the whole process, and wraps around at 32 bits. The target must
@@ -314,6 +325,8 @@ KALTO_API LONG InterlockedExchange(LONG volatile* Target, LONG Value);    /* ret
 KALTO_API LONG InterlockedExchangeAdd(LONG volatile* Addend, LONG Value); /* returns the old value */
 /* Stores newValue if the target equals oldValue; returns the target's value before. */
 KALTO_API LONG InterlockedTestExchange(LONG volatile* Target, LONG oldValue, LONG newValue);
+#define InterlockedCompareExchange(Target, newValue, oldValue)                                               \
+    InterlockedTestExchange((Target), (oldValue), (newValue))
 
 KALTO_END_DECLS
 
