@@ -26,6 +26,15 @@ struct FreeText {
 };
 using MallocText = std::unique_ptr<char, FreeText>;
 
+// What is copied, and what the copy must be like.
+struct Copy {
+    int source;
+    struct stat64 status;       // the source's
+    const struct stat64* owner; // the file whose owner the copy gets; null: the process's
+    Target target;
+    bool flushed; // to the disk, before anything old goes
+};
+
 // Removes a file unless it was kept.
 class Unlinker {
   public:
@@ -72,12 +81,14 @@ static int copy_content(int from, int to) {
     }
 }
 
-// A file system without permissions or times of its own (a memory card's) refuses them; the contents still
-// count.
-static void copy_properties(const struct stat64& status, int to) {
-    const timespec times[2] = {status.st_atim, status.st_mtim};
-    fchmod(to, status.st_mode & kPermissions);
-    futimens(to, times);
+// A file system without owners, permissions or times (a memory card's) refuses them, and an ordinary process
+// may not give files away; the contents still count.
+static void copy_properties(const Copy& copy, int to) {
+    const timespec times[2] = {copy.status.st_atim, copy.status.st_mtim};
+    int refused = copy.owner != nullptr ? fchown(to, copy.owner->st_uid, copy.owner->st_gid) : 0;
+    refused |= fchmod(to, copy.status.st_mode & kPermissions);
+    refused |= futimens(to, times);
+    static_cast<void>(refused);
 }
 
 static void flush_directory_of(const char* path) {
@@ -108,28 +119,27 @@ static int take_name(const char* temporary, const char* to, Target target) {
     return 0;
 }
 
-static int copy_by_temporary(int from, const struct stat64& status, const char* to, Target target,
-                             Flush flush) {
+static int copy_by_temporary(const Copy& copy, const char* to) {
     MallocText name = temporary_beside(to);
     if (name == nullptr)
         return ENOMEM;
-    Descriptor copy(mkostemp64(name.get(), O_CLOEXEC));
-    if (copy.get() < 0)
+    Descriptor temporary(mkostemp64(name.get(), O_CLOEXEC));
+    if (temporary.get() < 0)
         return errno;
     Unlinker unfinished(name.get());
-    int error = copy_content(from, copy.get());
+    int error = copy_content(copy.source, temporary.get());
     if (error != 0)
         return error;
-    copy_properties(status, copy.get());
-    if (flush == Flush::kYes && fsync(copy.get()) != 0)
+    copy_properties(copy, temporary.get());
+    if (copy.flushed && fsync(temporary.get()) != 0)
         return errno;
-    error = copy.close();
+    error = temporary.close();
     if (error == 0)
-        error = take_name(name.get(), to, target);
+        error = take_name(name.get(), to, copy.target);
     if (error != 0)
         return error;
     unfinished.keep();
-    if (flush == Flush::kYes)
+    if (copy.flushed)
         flush_directory_of(to);
     return 0;
 }
@@ -145,31 +155,35 @@ static int check_replaced(const struct stat64& source, const struct stat64& old)
 
 // Over an existing name: through a link to the file itself; into a device as it stands. The old contents go
 // only when the new ones are on the disk.
-static int copy_over(int from, const struct stat64& status, const char* to, const struct stat64& old) {
-    int error = check_replaced(status, old);
+static int copy_over(Copy& copy, const char* to, const struct stat64& old) {
+    int error = check_replaced(copy.status, old);
     if (error != 0)
         return error;
     if (!S_ISREG(old.st_mode)) {
         Descriptor device(open_file(to, O_WRONLY | O_NOCTTY | O_CLOEXEC));
-        return device.get() >= 0 ? copy_content(from, device.get()) : errno;
+        return device.get() >= 0 ? copy_content(copy.source, device.get()) : errno;
     }
     MallocText file(realpath(to, nullptr));
     if (file == nullptr)
         return errno;
-    return copy_by_temporary(from, status, file.get(), Target::kMayBeReplaced, Flush::kYes);
+    copy.owner = &old;
+    copy.flushed = true;
+    return copy_by_temporary(copy, file.get());
 }
 
-int copy_file(const char* from, const char* to, Target target, Flush flush) {
+int copy_file(const char* from, const char* to, Target target, Purpose purpose) {
     Descriptor source(open_file(from, O_RDONLY | O_NOCTTY | O_CLOEXEC));
-    struct stat64 status = {};
-    if (source.get() < 0 || fstat64(source.get(), &status) != 0)
+    bool moves = purpose == Purpose::kMove;
+    Copy copy = {source.get(), {}, nullptr, target, moves};
+    if (source.get() < 0 || fstat64(source.get(), &copy.status) != 0)
         return errno;
-    if (S_ISDIR(status.st_mode))
+    if (S_ISDIR(copy.status.st_mode))
         return EISDIR;
+    copy.owner = moves ? &copy.status : nullptr;
     struct stat64 old = {};
     if (stat64(to, &old) != 0)
-        return errno == ENOENT ? copy_by_temporary(source.get(), status, to, target, flush) : errno;
-    return target == Target::kMustBeNew ? EEXIST : copy_over(source.get(), status, to, old);
+        return errno == ENOENT ? copy_by_temporary(copy, to) : errno;
+    return target == Target::kMustBeNew ? EEXIST : copy_over(copy, to, old);
 }
 
 } // namespace kalto
@@ -182,5 +196,5 @@ BOOL PTR_CopyFile(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, BOOL bFailI
     if (to.get() == nullptr)
         return kalto::refuse(errno);
     auto target = bFailIfExists ? kalto::Target::kMustBeNew : kalto::Target::kMayBeReplaced;
-    return kalto::succeed_unless(kalto::copy_file(from.get(), to.get(), target, kalto::Flush::kNo));
+    return kalto::succeed_unless(kalto::copy_file(from.get(), to.get(), target, kalto::Purpose::kCopy));
 }

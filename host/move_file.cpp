@@ -29,7 +29,7 @@ static int rename_to_new_name(const char* from, const char* to, bool directory) 
 // The old file goes only when the new one is on the disk; if it cannot go, the new one does, so that there is
 // never less than one file, and two only when neither can be removed.
 static int copy_and_delete(const char* from, const char* to) {
-    int error = copy_file(from, to, Target::kMustBeNew, Flush::kYes);
+    int error = copy_file(from, to, Target::kMustBeNew, Purpose::kMove);
     if (error != 0 || unlink(from) == 0)
         return error;
     error = errno;

@@ -92,20 +92,21 @@ KALTO_API BOOL WINAPI WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfB
                                 LPDWORD lpNumberOfBytesWritten, LPOVERLAPPED lpOverlapped);
 
 /* Copies a file with its permissions and its time of last change. An existing target is replaced in one step
- * when the copy is complete, or, with bFailIfExists, left alone (ERROR_FILE_EXISTS). After a failure the
- * target is as it was. */
+ * when the copy is complete, and keeps its owner; with bFailIfExists it is left alone (ERROR_FILE_EXISTS).
+ * After a failure the target is as it was; a process that is killed may leave a hidden file ".kalto-copy-..."
+ * beside it. */
 KALTO_API BOOL WINAPI CopyFile(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, BOOL bFailIfExists);
 #define CopyFileW CopyFile
 
 /* Gives a file or directory another name. Fails with ERROR_ALREADY_EXISTS when the new name is taken. A file,
- * but not a directory (ERROR_NOT_SAME_DEVICE), may move to another file system: it is copied and flushed
- * before the old one goes.
- */
+ * but not a directory (ERROR_NOT_SAME_DEVICE), may move to another file system: it is copied, with its owner
+ * where the process may do that, and flushed to the disk before the old one goes. */
 KALTO_API BOOL WINAPI MoveFile(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName);
 #define MoveFileW MoveFile
 
-/* Deletes a file. A read-only file is kept (ERROR_ACCESS_DENIED). Unlike on Windows an open file may be
- * deleted: it loses its name at once and its data when the last handle is closed. */
+/* Deletes a file. A read-only file is kept (ERROR_ACCESS_DENIED); SetFileAttributes(name, 0) makes it
+ * writable, and no other value does. Unlike on Windows an open file may be deleted: it loses its name at once
+ * and its data when the last handle is closed. */
 KALTO_API BOOL WINAPI DeleteFile(LPCWSTR lpFileName);
 #define DeleteFileW DeleteFile
 

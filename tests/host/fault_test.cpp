@@ -3,22 +3,23 @@
 #include "tests/host/sandbox.h"
 
 #include <cerrno>
-#include <cstdarg>
 #include <kalto/core.h>
 #include <kalto/errors.h>
 #include <kalto/fs.h>
 #include <kalto/host.h>
 #include <kalto/kernel.h>
+#include <unistd.h>
 
 namespace {
 
-enum class Call { kNone, kRead, kWrite, kOpen, kTemporary, kFsync, kClose, kRename, kUnlink, kAny };
+enum class Call { kNone, kRead, kWrite, kOpen, kTemporary, kFsync, kClose, kRename, kUnlink, kChown, kAny };
 
 Call faulty = Call::kNone;
 int calls_until_fault = 0;
 int fault_error = EIO;
 int short_write = 0; // what the next write takes at most, when not 0
 std::string host_name;
+std::vector<uid_t> new_owners;
 Call met = Call::kNone; // where the fault happened
 bool at_border = false; // the next renaming would leave the file system
 
@@ -75,15 +76,16 @@ REDIRECT(int, rename, (const char* from, const char* to)) {
 REDIRECT(int, unlink, (const char* path)) {
     return fails(Call::kUnlink) ? -1 : __real_unlink(path);
 }
-extern "C" int __real_open64(const char* path, int flags, mode_t mode);
-extern "C" int __wrap_open64(const char* path, int flags, mode_t mode);
-extern "C" int __wrap_open64(const char* path, int flags, mode_t mode) {
+REDIRECT(int, open64, (const char* path, int flags, mode_t mode)) {
     return fails(Call::kOpen) ? -1 : __real_open64(path, flags, mode);
 }
-extern "C" int __wrap_sethostname(const char* name, size_t length);
-extern "C" int __wrap_sethostname(const char* name, size_t length) {
+REDIRECT(int, sethostname, (const char* name, size_t length)) {
     host_name.assign(name, length);
     return fails(Call::kAny) ? -1 : 0;
+}
+REDIRECT(int, fchown, (int, uid_t user, gid_t)) {
+    new_owners.push_back(user);
+    return fails(Call::kChown) ? -1 : 0;
 }
 
 namespace {
@@ -128,6 +130,8 @@ TEST_F(HostFaults, ACopyThatFailsLeavesTheTargetAsItWas) {
                 EXPECT_EQ(get("to"), copied ? contents_ : old_target ? "old" : "-") << which;
                 EXPECT_EQ(names().size(), copied || old_target ? 2u : 1u) << which;
                 EXPECT_EQ(get("from"), contents_) << which;
+                EXPECT_TRUE(copied || refused || met != Call::kChown)
+                    << which << ": who may not give files away copies";
                 if (!copied && !refused) {
                     EXPECT_EQ(GetLastError(), DWORD{ENOSPC}) << which;
                 }
@@ -150,6 +154,7 @@ TEST_F(HostFaults, AMoveToAnotherFileSystemNeverLosesTheFile) {
         EXPECT_TRUE(names().size() == 1 || (!moved && met == Call::kUnlink)) << which;
         if (met == Call::kNone) {
             EXPECT_TRUE(moved && !at_border);
+            EXPECT_EQ(new_owners.back(), geteuid()) << "given to the owner of the file that was moved";
             return;
         }
     }
