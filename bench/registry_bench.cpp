@@ -26,7 +26,10 @@
 extern "C" __attribute__((visibility("default"))) sem_t* sem_open(const char* name, int flags, ...) {
     static const auto real =
         reinterpret_cast<sem_t* (*)(const char*, int, ...)>(dlsym(RTLD_NEXT, "sem_open"));
-    return real((name + ("_bench_" + std::to_string(getpid()))).c_str(), flags, 0600, 1u);
+    const std::string own = name + ("_bench_" + std::to_string(getpid()));
+    sem_t* lock = real(own.c_str(), flags, 0600, 1u);
+    sem_unlink(own.c_str());
+    return lock;
 }
 
 namespace {

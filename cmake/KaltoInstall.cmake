@@ -1,6 +1,9 @@
 # What `cmake --install` and find_package(Kalto) see.
 install(TARGETS kalto kaltohost EXPORT KaltoTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS kaltoreg)
+install(FILES docs/kaltoreg.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES tools/kaltoreg.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kaltoreg)
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kalto-${PROJECT_VERSION_MAJOR})
 install(EXPORT KaltoTargets NAMESPACE Kalto:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kalto)
 

@@ -1,11 +1,11 @@
 #include "sandbox.h"
 
-#include <atomic>
 #include <clocale>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <fstream>
@@ -51,9 +51,11 @@ INTERPOSED void syslog(int priority, const char* format, ...) {
 
 namespace {
 
+// Never a name that an earlier run left: a semaphore of the other target would be laid out differently.
 std::string private_lock() {
-    static std::atomic<int> number{0};
-    return "_" + std::to_string(getpid()) + "_" + std::to_string(++number);
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return "_" + std::to_string(getpid()) + "_" + std::to_string(now.tv_sec) + std::to_string(now.tv_nsec);
 }
 
 int remove_entry(const char* path, const struct stat*, int, struct FTW*) {

@@ -1,0 +1,197 @@
+// The tool's commands, called in place of its main.
+#include "tests/registry/sandbox.h"
+#include "tools/kaltoreg.h"
+#include "tools/reg_text.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <semaphore.h>
+
+namespace {
+
+struct Result {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+class Kaltoreg : public Sandbox {
+  protected:
+    Result run(kaltoreg::Arguments arguments) const {
+        arguments.insert(arguments.begin(), {"--sandbox", directory});
+        char* out = nullptr;
+        char* err = nullptr;
+        size_t sizes[2];
+        const kaltoreg::Streams streams{open_memstream(&out, &sizes[0]), open_memstream(&err, &sizes[1])};
+        const int status = kaltoreg::run(arguments, streams);
+        fclose(streams.out);
+        fclose(streams.err);
+        Result result{status, out, err};
+        free(out);
+        free(err);
+        return result;
+    }
+    int status(const kaltoreg::Arguments& arguments) const { return run(arguments).status; }
+    std::string out(const kaltoreg::Arguments& arguments) const { return run(arguments).out; }
+};
+
+TEST_F(Kaltoreg, WhatIsSetIsShownAndDeleted) {
+    EXPECT_EQ(status({"set", "HKLM\\a\\b", "s", "REG_SZ", "t\u00e4xt"}), 0);
+    EXPECT_EQ(status({"set", "hklm\\a", "n", "reg_dword", "300"}), 0);
+    EXPECT_EQ(status({"set", "hklm\\a", "", "REG_BINARY", "DEad, 01"}), 0);
+    EXPECT_EQ(out({"query", "HKLM\\A"}), "HKEY_LOCAL_MACHINE\\A\n  (default)  REG_BINARY  de ad 01\n"
+                                         "  n  REG_DWORD  0x12c\nHKEY_LOCAL_MACHINE\\A\\b\n");
+    EXPECT_EQ(out({"query", "HKLM\\a\\b\\", "S"}), "t\u00e4xt\n");
+    EXPECT_EQ(out({"tree", "HKEY_LOCAL_MACHINE\\a"}),
+              "HKEY_LOCAL_MACHINE\\a\n  = (default)  REG_BINARY  de ad 01\n  = n  REG_DWORD  0x12c\n  b\n"
+              "    = s  REG_SZ  t\u00e4xt\n");
+    EXPECT_EQ(status({"delete", "HKLM\\a", "n"}), 0);
+    EXPECT_EQ(status({"delete", "HKLM\\a", "n"}), 1);
+    EXPECT_EQ(status({"delete", "HKLM\\a"}), 0);
+    EXPECT_EQ(status({"query", "HKLM\\a"}), 1);
+    EXPECT_EQ(read().find("\"a\""), std::string::npos);
+}
+
+TEST_F(Kaltoreg, WrongUsageIsTwoAndChangesNothing) {
+    const kaltoreg::Arguments cases[] = {
+        {},
+        {"nonsense"},
+        {"--nonsense"},
+        {"query"},
+        {"query", "a", "b", "c"},
+        {"query", "HKXX\\a"},
+        {"set", "HKLM\\a", "n", "REG_DWORD", "0x100000000"},
+        {"set", "HKLM\\a", "n", "REG_DWORD", "-1"},
+        {"set", "HKLM\\a", "n", "REG_DWORD", ""},
+        {"set", "HKLM\\a", "n", "REG_BINARY", "1"},
+        {"set", "HKLM\\a", "n", "REG_EXPAND_SZ", "x"},
+        {"delete", "HKLM"},
+        {"export", "--utf8", "HKLM"},
+        {"import", "/no/such/file"},
+        {"unlock", "--now"},
+        {"find", "//k["},
+    };
+    write_registry("<k Name='HKEY_LOCAL_MACHINE'/>");
+    const std::string before = read();
+    for (const kaltoreg::Arguments& arguments : cases) {
+        const Result result = run(arguments);
+        EXPECT_EQ(result.status, 2) << testing::PrintToString(arguments);
+        EXPECT_NE(result.err, "") << testing::PrintToString(arguments);
+    }
+    EXPECT_EQ(read(), before);
+    EXPECT_EQ(run({"--help"}).status, 0);
+}
+
+TEST_F(Kaltoreg, ExportIsReadBackEqualInBothEncodings) {
+    HKEY key = create_key(L"x\\with ] bracket\\\u00e9");
+    EXPECT_EQ(set_string(key, L"a \"quoted\\ name\"", L"\\ \" \u20ac \U0001F600 [x]"), 0);
+    EXPECT_EQ(set_string(key, L"lines", L"one\r\ntwo\ttabs"), 0);
+    EXPECT_EQ(set_string(key, nullptr, L""), 0);
+    EXPECT_EQ(set_number(key, L"n", 0xFFFFFFFF), 0);
+    const std::vector<BYTE> bytes(100, 0xA5);
+    EXPECT_EQ(RegSetValueEx(key, L"long", 0, REG_BINARY, bytes.data(), 100), 0);
+    EXPECT_EQ(RegSetValueEx(key, L"none", 0, REG_BINARY, nullptr, 0), 0);
+    RegCloseKey(key);
+    const std::string exported = out({"export", "HKLM\\x"});
+    const std::string tree = out({"tree", "HKLM\\x"});
+    const kaltoreg::Streams file{fopen(path("utf16.reg").c_str(), "wb"), stderr};
+    EXPECT_EQ(kaltoreg::run({"--sandbox", directory, "export", "--utf16", "HKLM\\x"}, file), 0);
+    fclose(file.out);
+    write("\xEF\xBB\xBF" + exported, "utf8.reg");
+    for (const char* name : {"utf8.reg", "utf16.reg"}) {
+        EXPECT_EQ(status({"delete", "HKLM\\x"}), 0);
+        EXPECT_EQ(run({"import", path(name)}).err, "");
+        EXPECT_EQ(out({"tree", "HKLM\\x"}), tree) << name;
+        EXPECT_EQ(out({"export", "HKLM\\x"}), exported) << name;
+    }
+}
+
+TEST_F(Kaltoreg, ImportUnderstandsTheUsualForms) {
+    EXPECT_EQ(status({"set", "HKCU\\gone\\below", "v", "REG_SZ", "x"}), 0);
+    EXPECT_EQ(status({"set", "HKCU\\k", "old", "REG_SZ", "x"}), 0);
+    write(
+        "\r\nREGEDIT4\r\n; remark\r\n\r\n[-HKEY_CURRENT_USER\\gone]\r\n[-HKEY_CURRENT_USER\\never]\r\n"
+        "[HKEY_CURRENT_USER\\k] \r\n\"old\"=-\r\n\"never\"=-\r\n@ = \"two\nlines\" ; remark\r\n"
+        "\"d\"=DWORD:2A\r\n\"h\"=hex:0, 1,\\\r\n  ff\r\n\"s\"=hex(1):61,00,00,00\r\n\"n\"=hex(4):01,02,00,00",
+        "in.reg");
+    EXPECT_EQ(run({"import", path("in.reg")}).err, "");
+    EXPECT_EQ(out({"tree", "HKCU"}), "HKEY_CURRENT_USER\n  k\n    = (default)  REG_SZ  two\nlines\n"
+                                     "    = d  REG_DWORD  0x2a\n    = h  REG_BINARY  00 01 ff\n"
+                                     "    = n  REG_DWORD  0x201\n    = s  REG_SZ  a\n");
+}
+
+TEST_F(Kaltoreg, TextThatIsNotUnderstoodIsNamedByItsLineAndNotApplied) {
+    const struct {
+        const char* text;
+        int line;
+    } cases[] = {
+        {"[HKLM\\k]\n", 1},
+        {"REGEDIT4\n\"v\"=\"x\"\n", 2},
+        {"REGEDIT4\n[HKLM\\k]\n\"v\"=\"x\n\n", 5},
+        {"REGEDIT4\n[HKLM\\k]\n\"v\" \"x\"\n", 3},
+        {"REGEDIT4\n[HKLM\\k\n", 2},
+        {"REGEDIT4\n[HKXX\\k]\n", 2},
+        {"REGEDIT4\n[-HKLM]\n", 2},
+        {"REGEDIT4\n[HKLM\\k]\n\"v\"=dword:\n", 3},
+        {"REGEDIT4\n[HKLM\\k]\n\"v\"=dword:123456789\n", 3},
+        {"REGEDIT4\n[HKLM\\k]\n\"v\"=hex(2):61,00\n", 3},
+        {"REGEDIT4\n[HKLM\\k]\n\"v\"=hex(1):61\n", 3},
+        {"REGEDIT4\n[HKLM\\k]\n\"v\"=hex:61 62\n", 3},
+        {"REGEDIT4\n[HKLM\\k]\nv=1\n", 3},
+        {"REGEDIT4\n[-HKLM\\k]\n\"v\"=\"x\"\n", 3},
+    };
+    for (const auto& c : cases) {
+        write(c.text, "in.reg");
+        const Result result = run({"import", path("in.reg")});
+        EXPECT_EQ(result.status, 2) << c.text;
+        EXPECT_NE(result.err.find("in.reg:" + std::to_string(c.line) + ": "), std::string::npos)
+            << c.text << result.err;
+        EXPECT_EQ(status({"query", "HKLM\\k"}), 1);
+    }
+    write("\xFF\xFE" + std::string("\x00\xD8", 2), "in.reg");
+    EXPECT_EQ(status({"import", path("in.reg")}), 2) << "half a surrogate pair";
+}
+
+TEST_F(Kaltoreg, VerifyNamesEveryFaultAndItsPlace) {
+    EXPECT_EQ(run({"verify"}).status, 2) << "there is no file, and verify makes none";
+    write_registry(
+        "<k Name='HKEY_LOCAL_MACHINE'>\n<k Name='b'/>\n<k Name='A'/>\n<k Name='B'/>\n<x Name='c'/>\n"
+        "<v Name='d' value='5g' type='REG_DWORD'/>\n<v Name='e' value='de a' type='REG_BINARY'/>\n"
+        "<v Name='f' type='REG_QWORD'/>\n<v Name='g' value='  1f' type='reg_dword'/>\n</k>");
+    const Result faults = run({"verify"});
+    EXPECT_EQ(faults.status, 1);
+    for (const char* place :
+         {"MACHINE\\A: <k> stands behind", "MACHINE\\B: <k> is there twice", "MACHINE\\c: <x> is neither",
+          "MACHINE\\d: <v> is no hexadecimal number", "MACHINE\\e: <v> ends in the middle",
+          "MACHINE\\f: <v> is of an unknown type", "4 keys, 4 values, 6 problems"})
+        EXPECT_NE(faults.out.find(place), std::string::npos) << place << "\n" << faults.out;
+    write("<Registry>\n<k>\n</v></Registry>");
+    EXPECT_EQ(out({"verify"}), path() + ":3: Mismatched end tag\n");
+    unlink(path().c_str());
+    EXPECT_EQ(status({"query", "HKLM"}), 0);
+    EXPECT_EQ(status({"verify"}), 0);
+    EXPECT_EQ(
+        out({"find", "//v[@value='255']"}),
+        "HKEY_LOCAL_MACHINE\\Software\\Velmoran\\Lumetra\\LMQ\\States\\Ready to Work\\Light  REG_SZ  255\n");
+    EXPECT_EQ(status({"find", "//nothing"}), 1);
+}
+
+TEST_F(Kaltoreg, UnlockShowsAndFreesALockThatADeadProcessLeft) {
+    EXPECT_EQ(out({"unlock"}).substr(0, 5), "free:");
+    ASSERT_EQ(LockRegistry(), 1);
+    EXPECT_EQ(run({"unlock"}).status, 1);
+    EXPECT_EQ(out({"unlock", "--force"}), "was held for seconds; freed\n");
+    EXPECT_EQ(out({"unlock"}), "free\n");
+    UnlockRegistry();
+    EXPECT_EQ(run({"unlock"}).status, 1) << "two processes would be let in";
+    EXPECT_EQ(status({"unlock", "--force"}), 0);
+    EXPECT_EQ(out({"unlock"}), "free\n");
+}
+
+TEST_F(Kaltoreg, ASaveThatFailsIsReported) {
+    EXPECT_EQ(status({"query", "HKLM"}), 0);
+    ASSERT_EQ(system(("mkdir " + path(kPending)).c_str()), 0);
+    EXPECT_EQ(status({"set", "HKLM\\a", "n", "REG_DWORD", "1"}), 2);
+}
+
+} // namespace
