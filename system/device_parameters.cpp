@@ -22,6 +22,21 @@ struct ParameterData {
     DWORD size; // in bytes, as the registry reports it
 };
 
+// Closes a key in every case: also when the thread is terminated while it waits for the registry's lock. That
+// may happen in closing too, so the destructor must let it pass.
+class OpenKey {
+  public:
+    explicit OpenKey(HKEY key) : key_(key) {}
+    ~OpenKey() noexcept(false) { RegCloseKey(key_); }
+    OpenKey(const OpenKey&) = delete;
+    OpenKey& operator=(const OpenKey&) = delete;
+
+    HKEY get() const { return key_; }
+
+  private:
+    HKEY key_;
+};
+
 bool query_value(HKEY key, const char* name, ParameterData& data) {
     std::wstring wide_name;
     data.size = kDataSize;
@@ -36,9 +51,8 @@ bool read_parameter(const char* name, ParameterData& data) {
         ERROR_SUCCESS) {
         return false;
     }
-    const bool found = query_value(key, name, data);
-    RegCloseKey(key);
-    return found;
+    const OpenKey open_key(key);
+    return query_value(open_key.get(), name, data);
 }
 
 // Deliberate: the length goes without the terminator here, and with it where the value is the registry's.

@@ -13,9 +13,9 @@ constexpr HRESULT kNoGuid = -1;
 
 struct GuidState {
     std::mutex mutex; // guards the rest: two threads never get one GUID
-    std::uint16_t clock_sequence;
-    std::uint16_t node[3];
-    bool node_made; // a flag, since a random word may be 0
+    std::uint16_t clock_sequence = 0;
+    std::uint16_t node[3] = {};
+    bool node_made = false; // a flag, since a random word may be 0
 };
 
 GuidState state;

@@ -18,10 +18,11 @@ constexpr std::size_t kDatagramSize = 32768;
 constexpr int kAttempts = 8;
 constexpr unsigned kSequence = 1;
 
+// Closing may cancel the thread, so the destructor must let that pass.
 class NetlinkSocket {
   public:
     NetlinkSocket() : descriptor_(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {}
-    ~NetlinkSocket() {
+    ~NetlinkSocket() noexcept(false) {
         if (descriptor_ >= 0) {
             close(descriptor_);
         }

@@ -12,10 +12,11 @@ namespace {
 
 constexpr std::size_t kMostText = std::size_t{1} << 20; // no such file is longer; what is, is cut
 
+// Closing may cancel the thread, so the destructor must let that pass.
 class TextFile {
   public:
     explicit TextFile(const char* path) : descriptor_(open(path, O_RDONLY | O_CLOEXEC)) {}
-    ~TextFile() {
+    ~TextFile() noexcept(false) {
         if (descriptor_ >= 0) {
             close(descriptor_);
         }

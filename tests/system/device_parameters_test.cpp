@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <kalto/system.h>
 #include <pkfuncs.h>
+#include <pthread.h>
 
 namespace {
 
@@ -183,4 +184,21 @@ TEST_F(DeviceParameters, ThatAreMissingFailAndTheirKeyIsMadeAndClosed) {
     const HKEY key = open_key(kKey);
     EXPECT_NE(key, nullptr);
     RegCloseKey(key);
+}
+
+TEST_F(DeviceParameters, GiveNothingAwayWhenTheThreadThatWaitsForThemIsTerminated) {
+    store(L"AB12");
+    ASSERT_EQ(LockRegistry(), 1);
+    pthread_t thread = {};
+    const auto wait = [](void*) -> void* {
+        get(kSerial, std::string(100, '#'));
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, nullptr, wait, nullptr), 0);
+    ASSERT_EQ(pthread_cancel(thread), 0);
+    void* result = nullptr;
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    UnlockRegistry();
+    EXPECT_EQ(get(kSerial, std::string(100, '#')).size, 5u);
 }
