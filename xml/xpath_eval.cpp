@@ -160,8 +160,12 @@ int CVurlXpath::populateList() {
     else
         m_pContext->m_pNode = cursor.m_pNode;
     const XPathAction* last = static_cast<const XPathAction*>(m_parseList.PeekTail());
-    if (m_nError == kXPathNoError && last->tokenKind == kTokenNumber && !findIndexedNode(last))
-        m_nError = kXPathNoMatch;
+    if (m_nError == kXPathNoError && last->tokenKind == kTokenNumber) {
+        // A closing // behind a number has the number's kind, but no index: it leaves the list as it is.
+        findIndexedNode(last);
+        if (!m_pResults->m_pHead)
+            m_nError = kXPathNoMatch;
+    }
     return m_nError == kXPathNoError;
 }
 

@@ -4,6 +4,7 @@
 #define KALTO_TESTS_XML_XPATH_MODEL_H
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <kalto/tokenizer.h>
 #include <kalto/xml.h>
@@ -172,7 +173,7 @@ class ModelParser {
             return fail(3);
         pending->kind = m_last;
         if (m_last == 33)
-            pending->index = std::stoi(*word);
+            pending->index = number(*word);
         else
             pending->name = word;
         push(pending);
@@ -191,7 +192,7 @@ class ModelParser {
         if (!word)
             return;
         if (m_last == 33 && code == 0) {
-            pending->index = std::stoi(*word);
+            pending->index = number(*word);
             pending->kind = 33;
             return fail(5);
         }
@@ -212,6 +213,10 @@ class ModelParser {
             return fail(3);
         push(pending);
         tokenize(rest.substr(1), pending);
+    }
+
+    static int number(const std::string& digits) {
+        return static_cast<int>(std::min(strtoul(digits.c_str(), nullptr, 10), 2147483647UL));
     }
 
     static int classify(const std::string& text) {
@@ -291,7 +296,7 @@ class ModelWalk {
         if (!start(records[0].axis, context))
             return;
         error = 0;
-        if (records.back().kind == 33) {
+        if (records.back().kind == 33 && records.back().index != -1) {
             const size_t index = static_cast<size_t>(records.back().index);
             if (index < 1 || index > results.size())
                 error = 4, results.clear();
@@ -426,9 +431,18 @@ class ModelWalk {
     }
 
     bool attribute(size_t record, CVurlIterator& c) {
-        if (!c.GetAttribute(m_records[record].attribute->c_str()))
+        if (!has(c, *m_records[record].attribute, nullptr))
             return false;
         return last(record) ? add(c) : nodes(record + 1, c);
+    }
+
+    static bool has(CVurlIterator c, const std::string& attribute, const std::string* wanted) {
+        const char *name, *value;
+        for (int more = c.GetFirstAttribute(&name, &value); more; more = c.GetNextAttribute(&name, &value)) {
+            if (attribute == name && (!wanted || *wanted == value))
+                return true;
+        }
+        return false;
     }
 
     static bool child(const ModelRecord& r, CVurlIterator c, bool with_text) {
@@ -442,8 +456,7 @@ class ModelWalk {
     static bool equal(const ModelRecord& r, const CVurlIterator& c) {
         if (!r.attribute)
             return child(r, c, r.value.has_value());
-        const char* value = c.GetAttribute(r.attribute->c_str());
-        return value && (!r.value || *r.value == value);
+        return has(c, *r.attribute, r.value ? &*r.value : nullptr);
     }
 
     static bool not_equal(const ModelRecord& r, const CVurlIterator& c) {
