@@ -1,20 +1,25 @@
 // xmltool FILE               prints the tree of an XML document
 // xmltool --format FILE OUT  reads a document and writes it in its own layout, one element a line
+// xmltool --select EXPRESSION FILE
+//                            prints each element that the expression selects, seen from the root, with its
+//                            path
 //
-// A document that cannot be read is reported with line, column and reason. The exit status is 0, or 1 after
-// any failure. Names that hold blanks are put in double quotes (which the shell must be kept from taking
-// away).
+// A document that cannot be read is reported with line, column and reason, a wrong expression with its
+// reason. The exit status is 0, 1 after any failure, or 2 when nothing was selected. Names and expressions
+// that hold blanks are put in double quotes (which the shell must be kept from taking away).
 #include <windows.h>
 
 #include <clocale>
 #include <cstdio>
 #include <kalto/xml.h>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
 const int kFailed = 1;
+const int kNothingSelected = 2;
 
 int ReportFailure(const char* name) {
     fprintf(stderr, "xmltool: %s: %s\n", name, strerror(errno));
@@ -78,8 +83,8 @@ bool ReadDocument(const char* name, CVurlDOM& dom) {
     return parsed;
 }
 
-void PrintElement(CVurlIterator& it) {
-    printf("%*s%s", 2 * it.m_nDepth, "", it.GetTagName());
+void PrintElement(CVurlIterator& it, const std::string& title) {
+    fputs(title.c_str(), stdout);
     const char* name = nullptr;
     const char* value = nullptr;
     for (int more = it.GetFirstAttribute(&name, &value); more; more = it.GetNextAttribute(&name, &value))
@@ -89,16 +94,57 @@ void PrintElement(CVurlIterator& it) {
     putchar('\n');
 }
 
+std::string Indented(const CVurlIterator& it) {
+    return std::string(2 * static_cast<size_t>(it.m_nDepth), ' ') + it.GetTagName();
+}
+
+// The element's name, and its number where the parent has several children of that name.
+std::string Step(const CVurlIterator& it) {
+    int count = 0;
+    int number = 0;
+    CVurlIterator sibling = it;
+    sibling.ToFirstElement();
+    do {
+        count += strcmp(sibling.GetTagName(), it.GetTagName()) == 0 ? 1 : 0;
+        number = sibling == it ? count : number;
+    } while (sibling.ToNextElement() != 0);
+    std::string name = std::string("/") + it.GetTagName();
+    return count > 1 ? name + "[" + std::to_string(number) + "]" : name;
+}
+
+std::string PathTo(CVurlIterator it) {
+    std::string path;
+    do {
+        path = Step(it) + path;
+    } while (it.ToParentElement() != 0);
+    return path;
+}
+
+int Select(const char* expression, const char* name) {
+    CVurlDOM dom;
+    if (!ReadDocument(name, dom))
+        return kFailed;
+    std::unique_ptr<CVurlElementList> found(CVurlElement(&dom).selectNodes(expression));
+    if (found == nullptr) {
+        fprintf(stderr, "xmltool: %s: %s\n", expression, dom.GetXPathErrorDescription());
+        return kFailed;
+    }
+    CVurlIterator it;
+    while (found->nextNode(&it) != 0)
+        PrintElement(it, PathTo(it));
+    return found->m_nCount == 0 ? kNothingSelected : 0;
+}
+
 int PrintTree(const char* name) {
     CVurlDOM dom;
     if (!ReadDocument(name, dom))
         return kFailed;
     CVurlIterator it;
     it.BindToDOM(&dom);
-    PrintElement(it);
+    PrintElement(it, Indented(it));
     for (int step = it.BeginTraverseHere(); step != 0; step = it.ContinueTraverse()) {
         if (step == 1)
-            PrintElement(it);
+            PrintElement(it, Indented(it));
     }
     return 0;
 }
@@ -126,6 +172,9 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
         return PrintTree(arguments[0].c_str());
     if (arguments.size() == 3 && arguments[0] == "--format")
         return Format(arguments[1].c_str(), arguments[2].c_str());
-    fprintf(stderr, "usage: xmltool FILE\n       xmltool --format FILE OUT\n");
+    if (arguments.size() == 3 && arguments[0] == "--select")
+        return Select(arguments[1].c_str(), arguments[2].c_str());
+    fprintf(stderr, "usage: xmltool FILE\n       xmltool --format FILE OUT\n"
+                    "       xmltool --select EXPRESSION FILE\n");
     return kFailed;
 }
