@@ -79,7 +79,7 @@ static NamedObjectEntry*& name_of(HandleRecord* record) {
 
 template <typename Record> static Record* record_of_type(HANDLE handle, DWORD type) {
     HandleRecord* const record = record_of(handle);
-    return record != nullptr && record->type == type ? as<Record>(record) : nullptr;
+    return record != nullptr && type_of(record) == type ? as<Record>(record) : nullptr;
 }
 
 FileRecord* file_record_of(HANDLE handle) {
@@ -203,13 +203,13 @@ static void release_sync(SyncRecord& sync) {
 
 static void release_plain(HandleRecord* record) {
     pid_t child = 0;
-    if (record->type != kTombstone) {
+    if (type_of(record) != kTombstone) {
         const LONG openers = forget_name(record);
         release_contents(record);
         if (record->type == HT_PROCESS && InterlockedExchangeAdd(&as<ProcessRecord>(record)->reaped, 0) == 0)
             child = as<ProcessRecord>(record)->pid;
         if (openers > 0)
-            record->type = kTombstone;
+            __atomic_store_n(&record->type, kTombstone, __ATOMIC_RELAXED);
         if (leave_tombstone(record, openers)) {
             reap(child);
             return;

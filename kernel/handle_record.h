@@ -107,6 +107,11 @@ FindRecord* find_record_of(HANDLE handle);
 ModuleRecord* module_record_of(HANDLE handle);
 ProcessRecord* process_record_of(HANDLE handle);
 
+// A record may become a tombstone while another opener of its name looks at it.
+inline DWORD type_of(const HandleRecord* record) {
+    return __atomic_load_n(&record->type, __ATOMIC_RELAXED);
+}
+
 inline bool is_sync_type(DWORD type) {
     return type - HT_EVENT <= HT_THREAD - HT_EVENT;
 }
@@ -114,7 +119,7 @@ inline bool is_sync_type(DWORD type) {
 // Likewise for HT_EVENT, HT_MUTEX, HT_SEMAPHORE and HT_THREAD; null also for a record that is not ready.
 inline SyncRecord* sync_record_of(HANDLE handle) {
     HandleRecord* const record = record_of(handle);
-    if (record == nullptr || !is_sync_type(record->type))
+    if (record == nullptr || !is_sync_type(type_of(record)))
         return nullptr;
     auto* const object = reinterpret_cast<SyncRecord*>(record);
     return object->ready ? object : nullptr;

@@ -113,6 +113,7 @@ TEST(NamedObjects, ThreadsThatCreateAndCloseOneNameLeaveNothing) {
                 HANDLE handle = nullptr;
                 create_handle(HT_MODULE, L"contended", &handle);
                 ASSERT_NE(handle, nullptr);
+                ASSERT_FALSE(SetEvent(handle)) << "another thread may be releasing it";
                 CloseHandle(handle);
             }
         });

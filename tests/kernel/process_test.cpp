@@ -177,14 +177,4 @@ TEST(CloseAllHandles, LeavesThreeDescriptorsOnTheNullDevice) {
     EXPECT_EQ(status, 0);
 }
 
-TEST(ProcessCalls, WithoutCounterpartDoNothing) {
-    EXPECT_EQ(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0), nullptr);
-    EXPECT_EQ(OpenProcess(PROCESS_TERMINATE, FALSE, 1), nullptr);
-    EXPECT_FALSE(TerminateProcess(nullptr, 0));
-    EXPECT_FALSE(Process32First(nullptr, nullptr) || Process32Next(nullptr, nullptr));
-    EXPECT_FALSE(CloseToolhelp32Snapshot(nullptr));
-    EXPECT_FALSE(DeviceIoControl(nullptr, 0, nullptr, 0, nullptr, 0, nullptr, nullptr));
-    EXPECT_FALSE(SetSystemMemoryDivision(0) || GetSystemMemoryDivision(nullptr, nullptr, nullptr));
-}
-
 } // namespace

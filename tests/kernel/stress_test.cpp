@@ -1,7 +1,5 @@
 // Many threads on few objects. A lost wake-up shows as a test that does not end, a doubled one as a count
 // that does not balance.
-#include "kernel/guard.h"
-#include "kernel/handle_record.h"
 #include "tests/kernel/sleeper.h"
 
 #include <gtest/gtest.h>
@@ -159,43 +157,6 @@ TEST(Stress, WorkersGetEveryItemOnceAndAllOfThemStop) {
         if (repetition % 2 == 0)
             WaitForSingleObject(stop, 0); // manual-reset: consumes nothing
         EXPECT_EQ(workers.sum(), items);
-    }
-}
-
-// Returns once that many threads are queued at the object or linked to it.
-void until_entered(HANDLE handle, int threads) {
-    kalto::SyncRecord& object = *kalto::sync_record_of(handle);
-    for (int entered = 0; entered < threads; usleep(100)) {
-        const kalto::Guard held(object.guard);
-        entered = static_cast<int>(object.pins) + (InterlockedExchangeAdd(&object.head.references, 0) - 1);
-    }
-}
-
-// A gate that lets each generation of waiters through exactly once: nobody misses it, nobody passes twice.
-TEST(Stress, AManualResetEventThatIsResetAtOnceReleasesEveryBlockedThread) {
-    constexpr int kWaiters = 5;
-    const Handle gate(make_event(true));
-    const Handle never(make_event(false));
-    for (int generation = 0; generation < 60 / kScale; ++generation) {
-        std::list<Sleeper> waiters;
-        for (int i = 0; i < kWaiters; ++i) {
-            const bool group = (i + generation) % 2 == 0;
-            waiters.emplace_back([&, group]() -> DWORD {
-                const HANDLE both[] = {gate, never};
-                return group ? WaitForMultipleObjects(2, both, FALSE, INFINITE)
-                             : WaitForSingleObject(gate, INFINITE);
-            });
-        }
-        until_entered(gate, kWaiters);
-        for (int i = 0; i < 3; ++i) {
-            usleep(500); // a thread may have slept on its way in
-            for (auto& waiter : waiters)
-                waiter.until_asleep();
-        }
-        SetEvent(gate);
-        ResetEvent(gate);
-        for (auto& waiter : waiters)
-            EXPECT_EQ(waiter.result(), DWORD{WAIT_OBJECT_0});
     }
 }
 
