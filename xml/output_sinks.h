@@ -38,7 +38,7 @@ class StringBlock {
 // What stands for a character that is replaced; "#" stands for itself.
 struct Replacement {
     char text[8] = {};
-    std::uint64_t length = 0;
+    size_t length = 0;
 };
 
 class Replacements {
