@@ -45,21 +45,22 @@ void fail_call(Call call, int number, int error) {
     extern "C" result __wrap_##name parameters;                                                              \
     extern "C" result __wrap_##name parameters
 
-REDIRECT(ssize_t, read, (int file, void* data, size_t size)) {
-    return fails(Call::kRead) ? -1 : __real_read(file, data, size);
-}
+#define FAULTY(call, result, name, parameters, arguments)                                                    \
+    REDIRECT(result, name, parameters) {                                                                     \
+        return fails(call) ? -1 : __real_##name arguments;                                                   \
+    }
+
+FAULTY(Call::kRead, ssize_t, read, (int file, void* data, size_t size), (file, data, size))
+FAULTY(Call::kOpen, int, open64, (const char* path, int flags, mode_t mode), (path, flags, mode))
+FAULTY(Call::kTemporary, int, mkostemp64, (char* name, int flags), (name, flags))
+FAULTY(Call::kFsync, int, fsync, (int file), (file))
+FAULTY(Call::kUnlink, int, unlink, (const char* path), (path))
 REDIRECT(ssize_t, write, (int file, const void* data, size_t size)) {
     if (fails(Call::kWrite))
         return -1;
     size_t limit = short_write != 0 ? static_cast<size_t>(short_write) : size;
     short_write = 0;
     return __real_write(file, data, std::min(size, limit));
-}
-REDIRECT(int, mkostemp64, (char* name, int flags)) {
-    return fails(Call::kTemporary) ? -1 : __real_mkostemp64(name, flags);
-}
-REDIRECT(int, fsync, (int file)) {
-    return fails(Call::kFsync) ? -1 : __real_fsync(file);
 }
 REDIRECT(int, close, (int file)) {
     int result = __real_close(file);
@@ -72,12 +73,6 @@ REDIRECT(int, rename, (const char* from, const char* to)) {
         return -1;
     }
     return fails(Call::kRename) ? -1 : __real_rename(from, to);
-}
-REDIRECT(int, unlink, (const char* path)) {
-    return fails(Call::kUnlink) ? -1 : __real_unlink(path);
-}
-REDIRECT(int, open64, (const char* path, int flags, mode_t mode)) {
-    return fails(Call::kOpen) ? -1 : __real_open64(path, flags, mode);
 }
 REDIRECT(int, sethostname, (const char* name, size_t length)) {
     host_name.assign(name, length);

@@ -29,47 +29,26 @@ FILE* const kStream = reinterpret_cast<FILE*>(79);
 
 } // namespace
 
+#define HOOK(answer, result, name, parameters, ...)                                                          \
+    result name parameters {                                                                                 \
+        seen = words(__VA_ARGS__);                                                                           \
+        return answer;                                                                                       \
+    }
+
 DWORD PTR_GetLastError(void) {
     return 4711;
 }
-HANDLE PTR_CreateFile(LPCWSTR a, DWORD b, DWORD c, LPSECURITY_ATTRIBUTES d, DWORD e, DWORD f, HANDLE g) {
-    seen = words(a, b, c, d, e, f, g);
-    return kHandle;
-}
-BOOL PTR_ReadFile(HANDLE a, LPVOID b, DWORD c, LPDWORD d, LPOVERLAPPED e) {
-    seen = words(a, b, c, d, e);
-    return kResult;
-}
-BOOL PTR_WriteFile(HANDLE a, LPCVOID b, DWORD c, LPDWORD d, LPOVERLAPPED e) {
-    seen = words(a, b, c, d, e);
-    return kResult;
-}
-BOOL PTR_CopyFile(LPCWSTR a, LPCWSTR b, BOOL c) {
-    seen = words(a, b, static_cast<DWORD>(c));
-    return kResult;
-}
-BOOL PTR_MoveFile(LPCWSTR a, LPCWSTR b) {
-    seen = words(a, b);
-    return kResult;
-}
-BOOL PTR_CreateDirectory(LPCWSTR a, LPSECURITY_ATTRIBUTES b) {
-    seen = words(a, b);
-    return kResult;
-}
-BOOL PTR_RemoveDirectory(LPCWSTR a) {
-    seen = words(a);
-    return kResult;
-}
-BOOL PTR_DeleteFile(LPCWSTR a) {
-    seen = words(a == nullptr ? 1u : 0u);
-    seen_path = a != nullptr ? a : L"";
-    return kResult;
-}
-FILE* PTR_KaltoFopen(const char* a, const char* b) {
-    seen = words(a, b);
-    seen_path.assign(a, a + strlen(a));
-    return kStream;
-}
+HOOK(kHandle, HANDLE, PTR_CreateFile,
+     (LPCWSTR a, DWORD b, DWORD c, LPSECURITY_ATTRIBUTES d, DWORD e, DWORD f, HANDLE g), a, b, c, d, e, f, g)
+HOOK(kResult, BOOL, PTR_ReadFile, (HANDLE a, LPVOID b, DWORD c, LPDWORD d, LPOVERLAPPED e), a, b, c, d, e)
+HOOK(kResult, BOOL, PTR_WriteFile, (HANDLE a, LPCVOID b, DWORD c, LPDWORD d, LPOVERLAPPED e), a, b, c, d, e)
+HOOK(kResult, BOOL, PTR_CopyFile, (LPCWSTR a, LPCWSTR b, BOOL c), a, b, static_cast<DWORD>(c))
+HOOK(kResult, BOOL, PTR_MoveFile, (LPCWSTR a, LPCWSTR b), a, b)
+HOOK(kResult, BOOL, PTR_CreateDirectory, (LPCWSTR a, LPSECURITY_ATTRIBUTES b), a, b)
+HOOK(kResult, BOOL, PTR_RemoveDirectory, (LPCWSTR a), a)
+HOOK(kResult, BOOL, PTR_DeleteFile, (LPCWSTR a), (seen_path = a != nullptr ? a : L"(null)").size())
+HOOK(kStream, FILE*, PTR_KaltoFopen, (const char* a, const char* b), (seen_path.assign(a, a + strlen(a)), a),
+     b)
 
 TEST(OwnHooks, GetTheArgumentsAsTheyAre) {
     const wchar_t* path = L"a\\b";
@@ -102,7 +81,7 @@ TEST(OwnHooks, DeletingPassesACopyWithSlashes) {
     EXPECT_EQ(seen_path, L"/a/b/c");
     EXPECT_EQ(path, L"\\a\\b/c");
     EXPECT_EQ(DeleteFile(nullptr), kResult);
-    EXPECT_EQ(seen, words(1u));
+    EXPECT_EQ(seen_path, L"(null)");
 }
 
 TEST(OwnHooks, StreamsGetThePathWithItsBackslashes) {
