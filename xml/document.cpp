@@ -17,7 +17,7 @@ CVurlDOM::CVurlDOM()
     : m_pfnOutput(nullptr), m_pRoot(nullptr), m_pDocBuffer(nullptr), m_pOutputCursor(nullptr), m_nDocSize(0),
       m_nDocStyle(0), m_nNodeSize(kNodeFields), m_pStringPool(nullptr), m_pObjectPool(nullptr),
       m_pFreeNodes(nullptr), m_pFreeListNodes(nullptr), m_pFreeAttributes(nullptr), m_nError(0),
-      m_nXPathError(0), m_nNodeReleases(0) {}
+      m_nXPathError(0), m_nNodeReleases(0), m_pBeforeDeleted(nullptr) {}
 
 // Deliberate: no default on this path when the size is 0, for tools that read m_nNodeSize; AllocNode makes it
 // safe.
@@ -84,6 +84,7 @@ CVurlListNode* CVurlDOM::AllocListNode() {
 void CVurlDOM::FreeNode(CVurlNode* node) {
     node->pNextSibling = m_pFreeNodes;
     m_pFreeNodes = node;
+    m_pBeforeDeleted = nullptr;
     ++m_nNodeReleases;
 }
 
@@ -133,8 +134,10 @@ void CVurlDOM::DeleteChildren(CVurlNode* node) {
         m_pFreeNodes = current->pFirstChild;
         descend = false;
     }
-    if (node->pFirstChild != nullptr)
+    if (node->pFirstChild != nullptr) {
+        m_pBeforeDeleted = nullptr;
         ++m_nNodeReleases;
+    }
     node->pFirstChild = nullptr;
 }
 
@@ -199,6 +202,7 @@ void CVurlDOM::FreeDOM(bool log) {
     m_pObjectPool = nullptr;
     m_pRoot = nullptr;
     m_pFreeNodes = nullptr;
+    m_pBeforeDeleted = nullptr;
     note(out, "Exiting FreeDOM Function\n");
     if (out != nullptr)
         std::fclose(out);

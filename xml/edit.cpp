@@ -84,18 +84,41 @@ void CVurlIterator::DeleteChildren() {
         m_pDOM->DeleteChildren(m_pNode);
 }
 
+namespace {
+
+// Takes a node out of its parent's chain. A walk that deletes goes from sibling to sibling: the search begins
+// at the element before the one that was deleted last, so that it need not begin at the first child each
+// time.
+void unlink(CVurlDOM* dom, CVurlNode* node, CVurlNode* begin) {
+    CVurlNode* const parent = node->pParent;
+    CVurlNode* before = parent->pFirstChild == node ? nullptr : begin;
+    while (before != nullptr && before->pNextSibling != node)
+        before = before->pNextSibling;
+    if (before == nullptr && parent->pFirstChild != node) {
+        before = parent->pFirstChild;
+        while (before != nullptr && before->pNextSibling != node)
+            before = before->pNextSibling;
+        if (before == nullptr)
+            return; // deleted already
+    }
+    (before == nullptr ? parent->pFirstChild : before->pNextSibling) = node->pNextSibling;
+    dom->m_pBeforeDeleted = before;
+}
+
+} // namespace
+
 // Deliberate: the record does not go to the free list and keeps its links, so that a walk can delete the
 // element it stands on. An element without a parent (the iterator climbed above where it was bound) cannot be
 // removed.
 void CVurlIterator::DeleteElement() {
     if (m_pNode == nullptr || m_pNode->pParent == nullptr || IsRoot())
         return;
+    CVurlNode* begin = m_pDOM->m_pBeforeDeleted;
+    if (begin != nullptr && (begin == m_pNode || begin->pParent != m_pNode->pParent))
+        begin = nullptr;
     m_pDOM->FreeAttributes(m_pNode);
     m_pDOM->DeleteChildren(m_pNode);
     m_pNode->pszData = nullptr;
-    CVurlNode** link = &m_pNode->pParent->pFirstChild;
-    while (*link != nullptr && *link != m_pNode)
-        link = &(*link)->pNextSibling;
-    if (*link != nullptr)
-        *link = m_pNode->pNextSibling;
+    m_pDOM->m_pBeforeDeleted = nullptr;
+    unlink(m_pDOM, m_pNode, begin);
 }

@@ -2,7 +2,10 @@
 #include "xml/depth.h"
 #include <kalto/xml.h>
 
-using kalto::change_depth;
+// The steps are inline in the header; these references make the library carry them for whoever looks them up
+// by name.
+[[gnu::used]] static int (CVurlIterator::*const kExportedSteps[])() = {
+    &CVurlIterator::ToNextElement, &CVurlIterator::ToChildElement, &CVurlIterator::ToParentElement};
 
 CVurlIterator::CVurlIterator()
     : m_nDepth(0), m_nTraverseBase(0), m_bDescend(0), m_nDepthHigh(0), m_nTraverseHigh(0),
@@ -52,29 +55,6 @@ int CVurlIterator::ToRootElement() {
 int CVurlIterator::ToFirstElement() {
     if (m_pNode != nullptr && m_pNode->pParent != nullptr && m_pNode->pParent->pFirstChild != nullptr)
         m_pNode = m_pNode->pParent->pFirstChild;
-    return 1;
-}
-
-int CVurlIterator::ToNextElement() {
-    if (m_pNode == nullptr || m_pNode->pNextSibling == nullptr)
-        return 0;
-    m_pNode = m_pNode->pNextSibling;
-    return 1;
-}
-
-int CVurlIterator::ToChildElement() {
-    if (m_pNode == nullptr || m_pNode->pFirstChild == nullptr)
-        return 0;
-    m_pNode = m_pNode->pFirstChild;
-    change_depth(this, 1);
-    return 1;
-}
-
-int CVurlIterator::ToParentElement() {
-    if (m_pNode == nullptr || m_pNode->pParent == nullptr)
-        return 0;
-    m_pNode = m_pNode->pParent;
-    change_depth(this, -1);
     return 1;
 }
 

@@ -77,18 +77,18 @@ class Counter {
   public:
     explicit Counter(CVurlDOM* dom) : block_(dom->m_pStringPool) {}
     std::uint64_t size() const { return size_; }
-    void put(const char* /*text*/, size_t length) { size_ += length; }
-    void padded(const char* text, size_t length) { put(text, length); }
+    KALTO_HOT void put(const char* /*text*/, size_t length) { size_ += length; }
+    KALTO_HOT void padded(const char* text, size_t length) { put(text, length); }
     void replacement(char c) { size_ += kReplacements[c].length; }
-    void string(const char* text) { size_ += static_cast<size_t>(find<ZeroFlags>(text) - text); }
-    const char* run(const char* text) {
+    KALTO_HOT void string(const char* text) { size_ += static_cast<size_t>(find<ZeroFlags>(text) - text); }
+    KALTO_HOT const char* run(const char* text) {
         const char* end = find<MarkupFlags>(text);
         size_ += static_cast<size_t>(end - text);
         return end;
     }
 
   private:
-    template <class Flags> const char* find(const char* text) const {
+    template <class Flags> KALTO_HOT const char* find(const char* text) const {
         for (; block_.holds_pair(text); text += kPairSize) {
             const Word first = Flags::flags(load_word(text));
             const Word second = Flags::flags(load_word(text + sizeof(Word)));
@@ -108,11 +108,11 @@ class Copier {
     Copier(CVurlDOM* dom, char* end)
         : block_(dom->m_pStringPool), cursor_(dom->m_pOutputCursor), end_(end == nullptr ? cursor_ : end) {}
     char* cursor() const { return cursor_; }
-    void put(const char* text, size_t length) {
+    KALTO_HOT void put(const char* text, size_t length) {
         std::memcpy(cursor_, text, length);
         cursor_ += length;
     }
-    void padded(const char* text, size_t length) {
+    KALTO_HOT void padded(const char* text, size_t length) {
         if (length > 16 || !has_room(16)) {
             put(text, length);
             return;
@@ -120,7 +120,7 @@ class Copier {
         std::memcpy(cursor_, text, 16);
         cursor_ += length;
     }
-    void replacement(char c) {
+    KALTO_HOT void replacement(char c) {
         const Replacement& replacement = kReplacements[c];
         if (has_room(sizeof replacement.text)) {
             std::memcpy(cursor_, replacement.text, sizeof replacement.text);
@@ -129,12 +129,12 @@ class Copier {
             put(replacement.text, replacement.length);
         }
     }
-    void string(const char* text) { copy<ZeroFlags>(text); }
-    const char* run(const char* text) { return copy<MarkupFlags>(text); }
+    KALTO_HOT void string(const char* text) { copy<ZeroFlags>(text); }
+    KALTO_HOT const char* run(const char* text) { return copy<MarkupFlags>(text); }
 
   private:
     bool has_room(ptrdiff_t size) const { return end_ - cursor_ >= size; }
-    template <class Flags> const char* copy(const char* text) {
+    template <class Flags> KALTO_HOT const char* copy(const char* text) {
         while (block_.holds_pair(text) && has_room(kPairSize)) {
             Word words[2];
             std::memcpy(words, text, sizeof words);
@@ -165,7 +165,7 @@ class Selected {
             dom_->Output(text, UINT_MAX);
         dom_->Output(text, static_cast<unsigned>(length));
     }
-    void padded(const char* text, size_t length) { put(text, length); }
+    KALTO_HOT void padded(const char* text, size_t length) { put(text, length); }
     void replacement(char c) { put(kReplacements[c].text, kReplacements[c].length); }
     void string(const char* text) { put(text, std::strlen(text)); }
     const char* run(const char* text) {

@@ -22,10 +22,6 @@ namespace {
 
 constexpr unsigned kMaxDepth = 64;
 
-// The pieces of the loop that every byte passes through are one function in the end: their position stays in
-// a register.
-#define KALTO_HOT [[gnu::always_inline]] inline
-
 // A short text and the "<" behind it, to be recognised when it comes again.
 struct Gap {
     std::uint64_t bytes[2] = {'<', 0};

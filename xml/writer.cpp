@@ -52,97 +52,85 @@ bool passes_in_value(const char* begin, const char* end) {
     return std::find_if(begin, end, [](char c) { return c == '"' || c == '&'; }) == end;
 }
 
-template <class Sink> class Writer {
-  public:
-    Writer(Sink* sink, const CVurlDOM& dom) : sink_(*sink), dom_(dom), breaks_(dom.m_nDocStyle) {}
-    void document();
-    void converted(const char* text, bool in_value);
+template <class Sink, size_t size> KALTO_HOT void put(Sink& sink, const char (&text)[size]) {
+    sink.put(text, size - 1);
+}
 
-  private:
-    template <size_t size> void put(const char (&text)[size]) { sink_.put(text, size - 1); }
-    void line_break(unsigned depth) { sink_.padded(breaks_.text(), breaks_.length(depth)); }
-    void start_tag(const CVurlNode* node);
-    void leaf(const CVurlNode* node);
-    void end_tag(const CVurlNode* node);
-
-    Sink& sink_;
-    const CVurlDOM& dom_;
-    LineBreaks breaks_;
-};
-
-template <class Sink> void Writer<Sink>::document() {
-    const CVurlNode* node = dom_.m_pRoot;
-    if (node == nullptr)
-        return;
-    if ((dom_.m_nDocStyle & DOCSTYLE_BOM) != 0)
-        put("\xEF\xBB\xBF");
-    if ((dom_.m_nDocStyle & DOCSTYLE_NO_DECL) == 0) {
-        put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
-        line_break(0);
-    }
-    for (unsigned depth = 0;;) {
-        start_tag(node);
-        if (node->pFirstChild != nullptr) {
-            put(">");
-            line_break(++depth);
-            node = node->pFirstChild;
-            continue;
+template <class Sink> KALTO_HOT void put_converted(Sink& sink, const char* text, bool in_value) {
+    for (text = sink.run(text); *text != '\0'; text = sink.run(text)) {
+        const char* end = *text == '<' && text[1] == '!' ? cdata_end(text) : nullptr;
+        if (end != nullptr && (!in_value || passes_in_value(text, end))) {
+            sink.put(text, static_cast<size_t>(end - text));
+            text = end;
+        } else {
+            sink.replacement(*text++);
         }
-        leaf(node);
-        for (; depth != 0 && node->pNextSibling == nullptr; node = node->pParent) {
-            line_break(--depth);
-            end_tag(node->pParent);
-        }
-        if (depth == 0)
-            return;
-        line_break(depth);
-        node = node->pNextSibling;
     }
 }
 
-template <class Sink> void Writer<Sink>::start_tag(const CVurlNode* node) {
-    put("<");
-    sink_.string(node->pszTagName);
+template <class Sink> KALTO_HOT void put_start_tag(Sink& sink, const CVurlNode* node) {
+    put(sink, "<");
+    sink.string(node->pszTagName);
     for (const CVurlAttribute* a = node->pFirstAttribute; a != nullptr; a = a->pNext) {
-        put(" ");
-        sink_.string(a->pszName);
-        put("=\"");
-        converted(a->pszValue, true);
-        put("\"");
+        put(sink, " ");
+        sink.string(a->pszName);
+        put(sink, "=\"");
+        put_converted(sink, a->pszValue, true);
+        put(sink, "\"");
     }
+}
+
+template <class Sink> KALTO_HOT void put_end_tag(Sink& sink, const CVurlNode* node) {
+    put(sink, "</");
+    sink.string(node->pszTagName);
+    put(sink, ">");
 }
 
 // An element without a name, without attributes and without text gets a blank: "</>" would be read as an end
 // tag.
-template <class Sink> void Writer<Sink>::leaf(const CVurlNode* node) {
-    if (node->pszData == nullptr) {
-        const bool nameless = *node->pszTagName == '\0' && node->pFirstAttribute == nullptr;
-        if (nameless)
-            put(" />");
-        else
-            put("/>");
+template <class Sink> KALTO_HOT void put_leaf(Sink& sink, const CVurlNode* node) {
+    put_start_tag(sink, node);
+    if (node->pszData != nullptr) {
+        put(sink, ">");
+        put_converted(sink, node->pszData, false);
+        put_end_tag(sink, node);
         return;
     }
-    put(">");
-    converted(node->pszData, false);
-    end_tag(node);
+    if (*node->pszTagName == '\0' && node->pFirstAttribute == nullptr)
+        put(sink, " ");
+    put(sink, "/>");
 }
 
-template <class Sink> void Writer<Sink>::end_tag(const CVurlNode* node) {
-    put("</");
-    sink_.string(node->pszTagName);
-    put(">");
-}
-
-template <class Sink> void Writer<Sink>::converted(const char* text, bool in_value) {
-    for (text = sink_.run(text); *text != '\0'; text = sink_.run(text)) {
-        const char* end = *text == '<' && text[1] == '!' ? cdata_end(text) : nullptr;
-        if (end != nullptr && (!in_value || passes_in_value(text, end))) {
-            sink_.put(text, static_cast<size_t>(end - text));
-            text = end;
-        } else {
-            sink_.replacement(*text++);
+// The sink is passed and returned by value: as a local variable it lives in registers.
+template <class Sink> Sink put_document(Sink sink, const CVurlDOM& dom) {
+    const LineBreaks breaks(dom.m_nDocStyle);
+    const auto line_break = [&](unsigned depth) { sink.padded(breaks.text(), breaks.length(depth)); };
+    const CVurlNode* node = dom.m_pRoot;
+    if (node == nullptr)
+        return sink;
+    if ((dom.m_nDocStyle & DOCSTYLE_BOM) != 0)
+        put(sink, "\xEF\xBB\xBF");
+    if ((dom.m_nDocStyle & DOCSTYLE_NO_DECL) == 0) {
+        put(sink, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+        line_break(0);
+    }
+    for (unsigned depth = 0;;) {
+        if (node->pFirstChild != nullptr) {
+            put_start_tag(sink, node);
+            put(sink, ">");
+            line_break(++depth);
+            node = node->pFirstChild;
+            continue;
         }
+        put_leaf(sink, node);
+        for (; depth != 0 && node->pNextSibling == nullptr; node = node->pParent) {
+            line_break(--depth);
+            put_end_tag(sink, node->pParent);
+        }
+        if (depth == 0)
+            return sink;
+        line_break(depth);
+        node = node->pNextSibling;
     }
 }
 
@@ -151,14 +139,12 @@ unsigned saturated(std::uint64_t size) {
 }
 
 void count(CVurlDOM* dom) {
-    Counter sink(dom);
-    Writer<Counter>(&sink, *dom).document();
+    const Counter sink = put_document(Counter(dom), *dom);
     dom->m_nDocSize = saturated(dom->m_nDocSize + sink.size());
 }
 
-void copy(CVurlDOM* dom, char* end) {
-    Copier sink(dom, end);
-    Writer<Copier>(&sink, *dom).document();
+void copy(CVurlDOM* dom, char* buffer_end) {
+    const Copier sink = put_document(Copier(dom, buffer_end), *dom);
     dom->m_pOutputCursor = sink.cursor();
 }
 
@@ -193,8 +179,7 @@ void CVurlDOM::GenerateDoc() {
     } else if (m_pfnOutput == &CVurlDOM::SendOutputToDocBuffer) {
         copy(this, nullptr);
     } else {
-        Selected sink(this);
-        Writer<Selected>(&sink, *this).document();
+        put_document(Selected(this), *this);
     }
 }
 
@@ -209,7 +194,7 @@ void CVurlDOM::Output(const char* text) {
 
 void CVurlDOM::OutputWithEntityConversion(const char* text) {
     Selected sink(this);
-    Writer<Selected>(&sink, *this).converted(text, false);
+    put_converted(sink, text, false);
 }
 
 void CVurlDOM::AccumulateDocSize(const char* /*text*/, unsigned length) {

@@ -103,6 +103,7 @@ class KALTO_API CVurlDOM {
     unsigned m_nError;                 /* code of the last failed parse; success does not clear it */
     unsigned m_nXPathError;            /* code of the last selection */
     unsigned m_nNodeReleases;          /* the library's own: how often nodes went to the free list */
+    CVurlNode* m_pBeforeDeleted; /* the library's own: the element before the last deleted one, or null */
 
     /* An empty document without user data. */
     CVurlDOM();
@@ -265,9 +266,9 @@ class KALTO_API CVurlIterator : public CVurlElement {
     bool IsRoot() const;  /* whether the depth is 0 */
     int ToRootElement();  /* the document's root; the depth becomes 0 in any case */
     int ToFirstElement(); /* first sibling; always 1 */
-    int ToNextElement();
-    int ToChildElement();
-    int ToParentElement(); /* climbing above the bound element is allowed */
+    KALTO_API inline int ToNextElement();
+    KALTO_API inline int ToChildElement();
+    KALTO_API inline int ToParentElement(); /* climbing above the bound element is allowed */
 
     /* Attributes in document order; 0 at the end. name and value belong to the document. */
     int GetFirstAttribute(const char** name, const char** value);
@@ -312,6 +313,34 @@ class KALTO_API CVurlIterator : public CVurlElement {
               unsigned long (*decide)(const CVurlElement*, const CVurlElement*, void*),
               bool (*copier)(const CVurlElement*, CVurlElement*), void* context);
 };
+
+/* The steps are inline, because walks are made of little else; the library exports them as well. */
+inline int CVurlIterator::ToNextElement() {
+    if (m_pNode == nullptr || m_pNode->pNextSibling == nullptr)
+        return 0;
+    m_pNode = m_pNode->pNextSibling;
+    return 1;
+}
+
+inline int CVurlIterator::ToChildElement() {
+    if (m_pNode == nullptr || m_pNode->pFirstChild == nullptr)
+        return 0;
+    m_pNode = m_pNode->pFirstChild;
+    if (m_nDepth == 0x7FFF)
+        ++m_nDepthHigh;
+    m_nDepth = static_cast<short>(m_nDepth + 1);
+    return 1;
+}
+
+inline int CVurlIterator::ToParentElement() {
+    if (m_pNode == nullptr || m_pNode->pParent == nullptr)
+        return 0;
+    m_pNode = m_pNode->pParent;
+    if (m_nDepth == -0x8000)
+        --m_nDepthHigh;
+    m_nDepth = static_cast<short>(m_nDepth - 1);
+    return 1;
+}
 
 /* The ordered result of a selection: every element once, in the order of adding. The entries hold copies of
  * iterators. Destroy a list before its document is freed. */
