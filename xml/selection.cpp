@@ -6,57 +6,57 @@
 
 #include <new>
 
-namespace {
+// iterator is the context once more when it is an iterator, else null.
+struct kalto::Selection {
+    // Runs the query at the context, which is moved, and keeps its outcome in the document.
+    static int32_t run(const char* xpath, CVurlElement* context, CVurlIterator* iterator,
+                       CVurlElementList* results, bool first_only) {
+        if (!context->m_pDOM)
+            return kXPathNoMatch;
+        const int32_t error = CVurlXpath(xpath, context, iterator, results, first_only).m_nError;
+        context->m_pDOM->m_nXPathError = static_cast<unsigned>(error);
+        return error;
+    }
 
-// Runs the query at the context, which is moved, and keeps its outcome in the document.
-template <typename Context> int32_t select(const char* xpath, Context* context, CVurlElementList* results) {
-    if (!context->m_pDOM)
-        return kalto::kXPathNoMatch;
-    const int32_t error = CVurlXpath(xpath, context, results).m_nError;
-    context->m_pDOM->m_nXPathError = static_cast<unsigned>(error);
-    return error;
-}
-
-template <typename Context> CVurlElementList* select_nodes(const char* xpath, Context* context) {
-    CVurlElementList* results = new (std::nothrow) CVurlElementList(context->m_pDOM);
-    if (!results) {
-        if (context->m_pDOM)
-            context->m_pDOM->m_nXPathError = kalto::kXPathMalformed;
+    static CVurlElementList* nodes(const char* xpath, CVurlElement* context, CVurlIterator* iterator) {
+        CVurlElementList* results = new (std::nothrow) CVurlElementList(context->m_pDOM);
+        if (!results) {
+            if (context->m_pDOM)
+                context->m_pDOM->m_nXPathError = kXPathMalformed;
+            return nullptr;
+        }
+        const int32_t error = run(xpath, context, iterator, results, false);
+        if (error == kXPathNoError || error == kXPathNoMatch) {
+            results->Head();
+            return results;
+        }
+        delete results;
         return nullptr;
     }
-    const int32_t error = select(xpath, context, results);
-    if (error == kalto::kXPathNoError || error == kalto::kXPathNoMatch) {
-        results->Head();
-        return results;
-    }
-    delete results;
-    return nullptr;
-}
 
-template <typename Context> CVurlIterator select_single_node(const char* xpath, Context* context) {
-    CVurlElementList results(context->m_pDOM);
-    CVurlIterator found;
-    if (select(xpath, context, &results) == kalto::kXPathNoError) {
-        results.Head();
-        results.peekNode(&found);
+    static CVurlIterator single_node(const char* xpath, CVurlElement* context, CVurlIterator* iterator) {
+        CVurlElementList results(context->m_pDOM);
+        CVurlIterator found;
+        if (run(xpath, context, iterator, &results, true) == kXPathNoError) {
+            results.Head();
+            results.peekNode(&found);
+        }
+        return found;
     }
-    return found;
-}
-
-} // namespace
+};
 
 CVurlElementList* CVurlElement::selectNodes(const char* xpath) {
-    return select_nodes(xpath, this);
+    return kalto::Selection::nodes(xpath, this, nullptr);
 }
 
 CVurlIterator CVurlElement::selectSingleNode(const char* xpath) {
-    return select_single_node(xpath, this);
+    return kalto::Selection::single_node(xpath, this, nullptr);
 }
 
 CVurlElementList* CVurlIterator::selectNodes(const char* xpath) {
-    return select_nodes(xpath, this);
+    return kalto::Selection::nodes(xpath, this, this);
 }
 
 CVurlIterator CVurlIterator::selectSingleNode(const char* xpath) {
-    return select_single_node(xpath, this);
+    return kalto::Selection::single_node(xpath, this, this);
 }

@@ -109,21 +109,20 @@ bool match_first(PathMatcher& matcher, int32_t axis, CVurlIterator& cursor, cons
 
 } // namespace
 
-CVurlXpath::CVurlXpath(const char* expression, CVurlElement* context, CVurlElementList* results)
+CVurlXpath::CVurlXpath(const char* expression, CVurlElement* context, CVurlIterator* iterator,
+                       CVurlElementList* results, bool firstOnly)
     : m_bFirstStep(1), m_pszExpression(new_copy(expression)), m_nError(kXPathNoError),
       m_nTokenKind(kTokenNone), m_pContext(context), m_pResults(results), m_pDOM(results->m_pDOM),
-      m_pIterator(nullptr) {
+      m_pIterator(iterator), m_bFirstOnly(firstOnly) {
     if (LexAnalysis())
         populateList();
 }
 
+CVurlXpath::CVurlXpath(const char* expression, CVurlElement* context, CVurlElementList* results)
+    : CVurlXpath(expression, context, nullptr, results, false) {}
+
 CVurlXpath::CVurlXpath(const char* expression, CVurlIterator* context, CVurlElementList* results)
-    : m_bFirstStep(1), m_pszExpression(new_copy(expression)), m_nError(kXPathNoError),
-      m_nTokenKind(kTokenNone), m_pContext(context), m_pResults(results), m_pDOM(results->m_pDOM),
-      m_pIterator(context) {
-    if (LexAnalysis())
-        populateList();
-}
+    : CVurlXpath(expression, context, context, results, false) {}
 
 CVurlXpath::~CVurlXpath() {
     while (void* record = m_parseList.Pop())
@@ -150,7 +149,10 @@ int CVurlXpath::populateList() {
         cursor.ToRootElement();
     if (!cursor.m_pNode)
         return 0;
+    const XPathAction* last = static_cast<const XPathAction*>(m_parseList.PeekTail());
     PathMatcher matcher(m_parseList.head, cursor.m_pDOM, m_pResults);
+    if (m_bFirstOnly != 0 && last->tokenKind != kTokenNumber)
+        matcher.stop_at_first();
     if (matcher.good() && match_first(matcher, head->axis, cursor, *m_pResults))
         m_nError = kXPathNoError;
     if (!matcher.good())
@@ -159,7 +161,6 @@ int CVurlXpath::populateList() {
         *m_pIterator = cursor;
     else
         m_pContext->m_pNode = cursor.m_pNode;
-    const XPathAction* last = static_cast<const XPathAction*>(m_parseList.PeekTail());
     if (m_nError == kXPathNoError && last->tokenKind == kTokenNumber) {
         // A closing // behind a number has the number's kind, but no index: it leaves the list as it is.
         findIndexedNode(last);

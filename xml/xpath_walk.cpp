@@ -33,7 +33,7 @@ bool PathMatcher::run(bool matched) {
     m_set_count = 0;
     if (m_stopped)
         m_last = nullptr;
-    return m_matched;
+    return m_matched || m_stopped; // at the first result, or for want of memory (see good)
 }
 
 // The set on top has no more elements: goes on at the element that led to it.

@@ -20,6 +20,10 @@ KALTO_BEGIN_DECLS
 KALTO_API extern const char WHITESPACE[33];
 KALTO_END_DECLS
 
+namespace kalto {
+struct Selection; /* the library's own */
+}
+
 /* One step or predicate of a path. Owns its three strings (new[]). */
 struct XPathAction {
     int32_t absolute = 0; /* on the first step of a path that starts at the root */
@@ -96,6 +100,7 @@ class KALTO_API CVurlXpath {
     CVurlElementList* m_pResults;
     CVurlDOM* m_pDOM;           /* the document of the results */
     CVurlIterator* m_pIterator; /* the library's own: the context when it came as an iterator */
+    unsigned char m_bFirstOnly; /* the library's own: one result is enough */
 
     /* context and results must live as long as the engine; a null expression is malformed. */
     CVurlXpath(const char* expression, CVurlElement* context, CVurlElementList* results);
@@ -145,6 +150,11 @@ class KALTO_API CVurlXpath {
     bool findIndexedNode(const XPathAction* record);
     /* Whether a predicate follows the current record. */
     bool nextActionIsPredicate(CVurlXPParseList list);
+
+  private:
+    friend struct kalto::Selection;
+    CVurlXpath(const char* expression, CVurlElement* context, CVurlIterator* iterator,
+               CVurlElementList* results, bool firstOnly);
 };
 
 #endif

@@ -220,26 +220,27 @@ class ModelParser {
     }
 
     static int classify(const std::string& text) {
-        static const std::pair<const char*, int> words[] = {{"ancestor-or-self::", 3},
-                                                            {"ancestor::", 2},
-                                                            {"//", 15},
-                                                            {"descendant::", 14},
-                                                            {"preceding-sibling::", 40},
-                                                            {"preceding::", 39},
-                                                            {"following-sibling::", 22},
-                                                            {"following::", 21},
-                                                            {"parent::", 37},
-                                                            {"..", 38},
-                                                            {".", 11},
-                                                            {"=", 20},
-                                                            {"!=", 32},
-                                                            {"::", 31},
-                                                            {"[", 36},
-                                                            {"@", 6},
-                                                            {"*", 1}};
-        for (const auto& [word, code] : words) {
-            if (text.rfind(word, 0) == 0)
-                return code;
+        static const char* const words[] = {"ancestor-or-self::",
+                                            "ancestor::",
+                                            "//",
+                                            "descendant::",
+                                            "preceding-sibling::",
+                                            "preceding::",
+                                            "following-sibling::",
+                                            "following::",
+                                            "parent::",
+                                            "..",
+                                            ".",
+                                            "=",
+                                            "!=",
+                                            "::",
+                                            "[",
+                                            "@",
+                                            "*"};
+        static const int codes[] = {3, 2, 15, 14, 40, 39, 22, 21, 37, 38, 11, 20, 32, 31, 36, 6, 1};
+        for (size_t i = 0; i < std::size(words); ++i) {
+            if (text.rfind(words[i], 0) == 0)
+                return codes[i];
         }
         return 0;
     }

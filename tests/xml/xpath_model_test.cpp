@@ -82,6 +82,11 @@ void compare(CVurlDOM& document, const std::string& expression, const CVurlItera
     ASSERT_EQ(show(engine.m_parseList), show(parsed.records)) << expression;
     ASSERT_EQ(engine_context.m_pNode, model_context.m_pNode) << expression;
     ASSERT_EQ(engine_context.m_nDepth, model_context.m_nDepth) << expression;
+    CVurlElement single_context = context;
+    ASSERT_EQ(single_context.selectSingleNode(expression.c_str()).m_pNode,
+              results.m_pHead ? results.m_pHead->pIterator->m_pNode : nullptr)
+        << expression;
+    ASSERT_EQ(single_context.m_pNode, model_context.m_pNode) << expression;
     size_t count = 0;
     for (const CVurlListNode* entry = results.m_pHead; entry; entry = entry->pNext, ++count) {
         ASSERT_TRUE(model && count < model->results.size()) << expression;
