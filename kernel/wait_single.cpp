@@ -18,7 +18,8 @@ bool waitable(HANDLE handle) {
 static DWORD result_at_once(SyncRecord& object, DWORD milliseconds) {
     if (object.closed)
         return WAIT_FAILED;
-    const pthread_t self = pthread_self();
+    // Who waits matters to mutexes alone.
+    const pthread_t self = object.head.type == HT_MUTEX ? pthread_self() : pthread_t{};
     if (signalled_for(object, self)) {
         consume_for(object, self);
         return WAIT_OBJECT_0;

@@ -15,6 +15,7 @@ namespace {
 int failing_allocation = 0;       // counts down to the one that fails; 0: none
 std::vector<int> creation_errors; // what the next calls of pthread_create return; 0: what it does
 bool fork_fails = false;
+std::vector<int> priorities_set; // with SCHED_FIFO
 
 bool allocation_fails() {
     return failing_allocation > 0 && --failing_allocation == 0;
@@ -46,6 +47,12 @@ int __wrap_pthread_create(pthread_t* id, const pthread_attr_t* attributes, void*
     if (error != 0)
         *id = ~pthread_t{0}; // POSIX leaves it undefined
     return error != 0 ? error : __real_pthread_create(id, attributes, start, argument);
+}
+int __wrap_pthread_setschedparam(pthread_t id, int policy, const sched_param* parameter);
+int __wrap_pthread_setschedparam(pthread_t /*id*/, int policy, const sched_param* parameter) {
+    EXPECT_EQ(policy, SCHED_FIFO);
+    priorities_set.push_back(parameter->sched_priority);
+    return EPERM;
 }
 pid_t __real_fork(void);
 pid_t __wrap_fork(void) {
@@ -114,6 +121,22 @@ TEST(CreateThread, TriesAgainWithItsOwnPolicyWhereRealTimeIsForbidden) {
         EXPECT_EQ(thread != nullptr, c.succeeds);
         CloseHandle(thread);
     }
+}
+
+// Deliberate: that is how applications choose their real-time threads.
+TEST(CreateThread, AppliesTheCreatorsPriorityOnlyToAThreadWhoseIdIsAskedFor) {
+    int policy = 0;
+    sched_param own{};
+    pthread_getschedparam(pthread_self(), &policy, &own);
+    CloseHandle(CreateThread(nullptr, 0, nothing, nullptr, 0, nullptr));
+    EXPECT_TRUE(priorities_set.empty());
+    DWORD id = 0;
+    const HANDLE thread = CreateThread(nullptr, 0, nothing, nullptr, CREATE_SUSPENDED, &id);
+    ASSERT_EQ(priorities_set, std::vector<int>{own.sched_priority});
+    EXPECT_TRUE(SetThreadPriority(thread, 7)) << "although it is forbidden";
+    EXPECT_EQ(priorities_set.back(), 7);
+    TerminateThread(thread, 0);
+    CloseHandle(thread);
 }
 
 // Deliberate: a fork that fails is not noticed; what is promised about the handle holds all the same.

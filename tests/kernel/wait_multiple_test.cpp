@@ -229,6 +229,7 @@ TEST(Mixed, MutexSemaphoreAndSearchHandlesInOneWait) {
     EXPECT_EQ(WaitForMultipleObjects(3, handles, FALSE, 0), DWORD{WAIT_OBJECT_0})
         << "the owner may take it again";
     EXPECT_EQ(references(search), 1);
+    EXPECT_EQ(WaitForSingleObject(search, 5), DWORD{WAIT_TIMEOUT});
     CloseHandle(search);
 }
 
