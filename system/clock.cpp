@@ -2,8 +2,8 @@
 #include "system/calendar.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <kalto/core.h>
 #include <kalto/errors.h>
 #include <sys/syscall.h>
@@ -30,21 +30,32 @@ void GetSystemTimeAsFileTime(LPFILETIME lpFileTime) {
     store_ticks(lpFileTime, ticks_of_unix_time(now.tv_sec, now.tv_usec));
 }
 
+// Puts TZ back; entry is "TZ=" and its value, or null where there was none. When there is no memory for a
+// copy, the environment gets the entry itself.
+static void restore_zone_name(char* entry) {
+    if (entry == nullptr) {
+        unsetenv("TZ");
+    } else if (setenv("TZ", entry + 3, 1) != 0) {
+        putenv(entry);
+        return;
+    }
+    std::free(entry);
+}
+
 // Makes the C library read the zone file again, which it does only when TZ changes. Needs the lock. TZ is
 // never lost: where no copy of it can be made, nothing is reloaded.
 static void reload_time_zone() {
-    const char* current = std::getenv("TZ");
-    char* saved = current == nullptr ? nullptr : strdup(current);
-    if (current != nullptr && saved == nullptr)
+    const char* value = std::getenv("TZ");
+    char* entry = nullptr;
+    if (value != nullptr && asprintf(&entry, "TZ=%s", value) < 0)
         return;
-    setenv("TZ", ":", 1);
+    const bool set_aside = setenv("TZ", ":", 1) == 0;
     tzset();
-    if (saved != nullptr)
-        setenv("TZ", saved, 1);
+    if (set_aside)
+        restore_zone_name(entry);
     else
-        unsetenv("TZ");
+        std::free(entry);
     tzset();
-    std::free(saved);
 }
 
 void GetLocalTime(LPSYSTEMTIME lpSystemTime) {
