@@ -235,7 +235,8 @@ class KALTO_API CVurlElement {
      * and leave the outcome in the document's m_nXPathError: 0, or 4 for no match, or what was wrong with the
      * expression. This element is the cursor of the selection and is left moved: at the root by an absolute
      * path, at the topmost ancestor by ancestor:: and ancestor-or-self::, at the last child by descendant::,
-     * at the last sibling by following-sibling::. Select with a copy to keep the place. */
+     * at the last sibling by following-sibling::. Select with a copy to keep the place. An iterator that
+     * selects through a pointer to an element is moved, but its depth stays as it was. */
 
     /* A new list, at its head and possibly empty, for the caller to delete; null for a wrong expression. */
     CVurlElementList* selectNodes(const char* xpath);

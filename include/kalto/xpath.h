@@ -2,11 +2,23 @@
  * parsed form of an expression, and the list that holds it. Applications select through the element; this
  * header is for tools that look at an expression, or run one with a list of their own.
  *
- * Expressions are a subset of XPath: absolute and relative paths of element names, *, .. and the axes
- * ancestor::, ancestor-or-self::, descendant::, following-sibling:: and preceding-sibling::, // in an
- * absolute path, a closing @name step, and one predicate at the end: [@a] [@a='v'] [@a!='v'] [b] [b='v']
- * [b!='v']. A literal may hold neither a slash nor both kinds of quote. Names, values and texts are compared
- * exactly.
+ * Expressions are a subset of XPath: absolute and relative paths of element names, *, .. and, on the first
+ * step, the axes ancestor::, ancestor-or-self::, descendant::, following-sibling:: and preceding-sibling::;
+ * double slashes in an absolute path; a closing @name step; one predicate at the end: [@a] [@a='v'] [@a!='v']
+ * [b] [b='v'] [b!='v']. A literal may hold neither a slash nor both kinds of quote. Names, values and texts
+ * are compared exactly.
+ *
+ * What differs from XPath, all of it on purpose:
+ *   - An absolute path begins at the children of the root and does not name it; //r finds the root r too.
+ *   - In a relative path the first // is a plain slash: a//b is a/b. Write descendant::b, or /a//b.
+ *   - The step behind a star is tested at the children that the star stands for. Behind an axis or //, a
+ *     star at the end stands for the children of what the axis leads to.
+ *   - The step behind .. is tested at the parent: a/../b asks whether the parent is named b.
+ *   - Where the rest of a path finds nothing below an element, it is tried at the element: a/a selects an a
+ *     that has no child a as well.
+ *   - A predicate ends its path: a[x]/b selects each such a, and a[x][y] looks at x alone. [2] is refused.
+ *   - [@a!='v'] wants some attribute, but none named a with that value; [b!='v'] wants a child named b, but
+ *     none with that text.
  *
  * Nothing here throws or blocks. An engine, its document and its lists are for one thread at a time. */
 #ifndef KALTO_XPATH_H
