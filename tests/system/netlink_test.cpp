@@ -4,12 +4,15 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstddef>
+#include <cstdlib>
 #include <deque>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <iphlpapi.h>
 #include <linux/if_addr.h>
+#include <new>
 
 namespace {
 
@@ -23,6 +26,7 @@ struct Reply {
 std::deque<Reply> script; // what recvmsg gives; empty: the real kernel answers
 bool repeat_last = false;
 int received = 0;
+int allocations_left = -1; // then operator new fails once; negative: never
 
 std::string done(int error = 0) {
     return NetlinkMessage(NLMSG_DONE, 0, error).bytes();
@@ -56,6 +60,23 @@ kalto::NetlinkBytes view(const std::string& bytes) {
 }
 
 } // namespace
+
+// Kept out of line: the compiler takes their insides for a mismatch of new and free.
+__attribute__((noinline)) void* operator new(size_t size) {
+    if (allocations_left >= 0 && allocations_left-- == 0) {
+        throw std::bad_alloc();
+    }
+    if (void* block = malloc(size)) {
+        return block;
+    }
+    throw std::bad_alloc();
+}
+__attribute__((noinline)) void operator delete(void* block) noexcept {
+    free(block);
+}
+__attribute__((noinline)) void operator delete(void* block, size_t) noexcept {
+    free(block);
+}
 
 extern "C" ssize_t recvmsg(int descriptor, msghdr* message, int flags) {
     if (script.empty()) {
@@ -132,6 +153,31 @@ TEST(NetlinkDump, AFailureIsTheResultOfTheCallAndLeavesTheSizeAlone) {
     EXPECT_EQ(GetAdaptersInfo(nullptr, &size), DWORD{EPERM});
     EXPECT_EQ(GetAdaptersAddresses(AF_UNSPEC, 0, nullptr, nullptr, &size), ULONG{EPERM});
     EXPECT_EQ(size, 77u);
+}
+
+TEST(NetlinkDump, MemoryThatRunsOutAnywhereIsReportedAndNothingIsKept) {
+    alignas(std::max_align_t) static char buffer[1 << 16];
+    const int descriptors = open_descriptors();
+    const auto attempt = [&](auto call) {
+        DWORD result = ERROR_NOT_ENOUGH_MEMORY;
+        int failures = 0;
+        for (; result == ERROR_NOT_ENOUGH_MEMORY && failures < 10000; ++failures) {
+            ULONG size = sizeof buffer;
+            allocations_left = failures;
+            result = call(&size);
+            allocations_left = -1;
+        }
+        EXPECT_TRUE(result == NO_ERROR || result == ERROR_NO_DATA) << result;
+        EXPECT_GT(failures, 2);
+    };
+    attempt(
+        [](ULONG* size) { return GetIpAddrTable(reinterpret_cast<MIB_IPADDRTABLE*>(buffer), size, TRUE); });
+    attempt([](ULONG* size) { return GetAdaptersInfo(reinterpret_cast<IP_ADAPTER_INFO*>(buffer), size); });
+    attempt([](ULONG* size) {
+        return GetAdaptersAddresses(AF_UNSPEC, GAA_FLAG_INCLUDE_PREFIX, nullptr,
+                                    reinterpret_cast<IP_ADAPTER_ADDRESSES*>(buffer), size);
+    });
+    EXPECT_EQ(open_descriptors(), descriptors);
 }
 
 namespace {
