@@ -9,6 +9,7 @@
 #include "kernel/handle_record.h"
 
 #include "kernel/cancellation_point.h"
+#include "kernel/guard.h"
 #include "kernel/interlocked.h"
 #include "kernel/named_objects.h"
 #include "kernel/sync_object.h"
@@ -169,6 +170,7 @@ static void release_find(FindRecord& find) {
 
 // What a record of a type without waiters holds, but for the child of a process record.
 static void release_contents(HandleRecord* record) {
+    const CancellationOff off; // close is a cancellation point, and half of this would be a leak
     if (record->type == HT_FILE)
         release_file(*as<FileRecord>(record));
     else if (record->type == HT_FIND)

@@ -107,7 +107,8 @@ static void destroy(SyncRecord& object) {
 
 // Under the guard, which is given back, or kept for good by the one who destroys the object.
 static void destroy_or_give_back(SyncRecord& object) {
-    if (object.doomed && object.pins == 0)
+    // A link is left only if somebody closed more often than they may: the wait's own reference ends it then.
+    if (object.doomed && object.pins == 0 && object.link == nullptr)
         destroy(object);
     else
         give_back(object.guard);

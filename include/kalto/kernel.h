@@ -46,11 +46,11 @@ KALTO_API BOOL CloseHandle(HANDLE hObject);
 
 /* ---- Waits ---- */
 
-#define WAIT_OBJECT_0 10000    /* plus the index of the handle */
-#define WAIT_ABANDONED_0 20000 /* plus the index of the handle */
+#define WAIT_OBJECT_0 10000u    /* plus the index of the handle */
+#define WAIT_ABANDONED_0 20000u /* plus the index of the handle */
 #define WAIT_ABANDONED WAIT_ABANDONED_0
-#define WAIT_TIMEOUT 110
-#define WAIT_FAILED 22
+#define WAIT_TIMEOUT 110u
+#define WAIT_FAILED 22u
 #define MAXIMUM_WAIT_OBJECTS 64 /* of Windows; here there is no limit */
 
 /* An error of a system call equal to this makes a timed wait go on. It is EINTR, so that a signal that
@@ -138,7 +138,7 @@ KALTO_API BOOL ReleaseMutex(HANDLE hMutex);
 /* ---- Threads ---- */
 
 #define CREATE_SUSPENDED 4
-#define STILL_ACTIVE 0x7FFFFFFF
+#define STILL_ACTIVE 0x7FFFFFFFu
 #define THREAD_PRIORITY_ERROR_RETURN 0x7FFFFFFF
 /* Taken as raw priorities: those above 0 make a real-time thread, the others leave a thread as it is. */
 #define THREAD_PRIORITY_IDLE (-15)
