@@ -4,6 +4,7 @@
 // stands on). Records keep their kind for as long as the pool lives, so a stale pointer never sees a record
 // of another kind.
 #include "xml/records.h"
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -147,7 +148,9 @@ char* CVurlDOM::CreateDocBuffer(unsigned n) {
     char* buffer = n == UINT_MAX ? nullptr : AllocString(n + 1);
     if (buffer == nullptr)
         return nullptr;
-    buffer[n] = '\0';
+    // The zero byte, and a few more where the parser looks at whole words: they decide nothing, but are not
+    // random.
+    std::memset(buffer + n, 0, 1 + std::min(m_pStringPool->Remaining(), 16u));
     m_pObjectPool = CVurlMemPool::Create(n);
     return buffer;
 }

@@ -35,33 +35,33 @@ class StringBlock {
     std::uintptr_t places_ = 0;
 };
 
-// What stands for a character that is replaced; "#" stands for itself.
-struct Replacement {
-    char text[8] = {};
-    size_t length = 0;
-};
-
+// What stands for each character in a text: an entity, or the character itself.
 class Replacements {
   public:
     constexpr Replacements() {
-        add('&', "&amp;");
-        add('<', "&lt;");
-        add('>', "&gt;");
-        add('"', "&quot;");
-        add('\'', "&apos;");
-        add('#', "#");
+        for (unsigned byte = 0; byte < 256; ++byte) {
+            text_[byte][0] = static_cast<char>(byte);
+            length_[byte] = 1;
+        }
+        set('&', "&amp;");
+        set('<', "&lt;");
+        set('>', "&gt;");
+        set('"', "&quot;");
+        set('\'', "&apos;");
     }
-    const Replacement& operator[](char c) const { return entries_[static_cast<unsigned char>(c) % 32]; }
+    using Text = char[8];
+    const Text& text(char c) const { return text_[static_cast<unsigned char>(c)]; }
+    size_t length(char c) const { return length_[static_cast<unsigned char>(c)]; }
 
   private:
-    constexpr void add(char c, const char* text) {
-        Replacement& entry = entries_[static_cast<unsigned char>(c) % 32];
-        for (; text[entry.length] != '\0'; ++entry.length)
-            entry.text[entry.length] = text[entry.length];
+    constexpr void set(unsigned char c, const char* text) {
+        for (length_[c] = 0; text[length_[c]] != '\0'; ++length_[c])
+            text_[c][length_[c]] = text[length_[c]];
     }
-    Replacement entries_[32] = {};
+    Text text_[256] = {};
+    unsigned char length_[256] = {};
 };
-constexpr Replacements kReplacements;
+inline constexpr Replacements kReplacements;
 
 struct ZeroFlags {
     static Word flags(Word word) { return flag_zero(word); }
@@ -79,7 +79,7 @@ class Counter {
     std::uint64_t size() const { return size_; }
     KALTO_HOT void put(const char* /*text*/, size_t length) { size_ += length; }
     KALTO_HOT void padded(const char* text, size_t length) { put(text, length); }
-    void replacement(char c) { size_ += kReplacements[c].length; }
+    void replacement(char c) { size_ += kReplacements.length(c); }
     KALTO_HOT void string(const char* text) { size_ += static_cast<size_t>(find<ZeroFlags>(text) - text); }
     KALTO_HOT const char* run(const char* text) {
         const char* end = find<MarkupFlags>(text);
@@ -121,12 +121,11 @@ class Copier {
         cursor_ += length;
     }
     KALTO_HOT void replacement(char c) {
-        const Replacement& replacement = kReplacements[c];
-        if (has_room(sizeof replacement.text)) {
-            std::memcpy(cursor_, replacement.text, sizeof replacement.text);
-            cursor_ += replacement.length;
+        if (has_room(sizeof(Replacements::Text))) {
+            std::memcpy(cursor_, kReplacements.text(c), sizeof(Replacements::Text));
+            cursor_ += kReplacements.length(c);
         } else {
-            put(replacement.text, replacement.length);
+            put(kReplacements.text(c), kReplacements.length(c));
         }
     }
     KALTO_HOT void string(const char* text) { copy<ZeroFlags>(text); }
@@ -166,7 +165,7 @@ class Selected {
         dom_->Output(text, static_cast<unsigned>(length));
     }
     KALTO_HOT void padded(const char* text, size_t length) { put(text, length); }
-    void replacement(char c) { put(kReplacements[c].text, kReplacements[c].length); }
+    void replacement(char c) { put(kReplacements.text(c), kReplacements.length(c)); }
     void string(const char* text) { put(text, std::strlen(text)); }
     const char* run(const char* text) {
         const size_t length = std::strcspn(text, kMarkup);

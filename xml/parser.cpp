@@ -9,6 +9,7 @@
 //
 // The position is a local variable of parse(), handed down by reference: stores into the text could otherwise
 // change it as far as the compiler knows, and it would live in memory.
+#include "xml/parser_guesses.h"
 #include "xml/record_carver.h"
 #include "xml/scanner.h"
 #include "xml/word_scan.h"
@@ -21,35 +22,6 @@ using kalto::Word;
 namespace {
 
 constexpr unsigned kMaxDepth = 64;
-
-// A short text and the "<" behind it, to be recognised when it comes again.
-struct Gap {
-    std::uint64_t bytes[2] = {'<', 0};
-    std::uint64_t mask[2] = {0xFF, 0};
-    size_t length = 1;
-
-    bool stands_at(const char* p) const {
-        std::uint64_t there[2];
-        std::memcpy(there, p, sizeof there);
-        return (((there[0] ^ bytes[0]) & mask[0]) | ((there[1] ^ bytes[1]) & mask[1])) == 0;
-    }
-    void remember(const char* p, size_t n) {
-        std::memcpy(bytes, p, sizeof bytes);
-        length = n;
-        mask[0] = n >= 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * n)) - 1;
-        mask[1] = n <= 8 ? 0 : n == 16 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * (n - 8))) - 1;
-    }
-};
-
-struct NameEnds {
-    bool ends[256] = {};
-    constexpr NameEnds() {
-        for (unsigned byte = 0; byte < 256; ++byte)
-            ends[byte] = kalto::ends_name(static_cast<char>(byte));
-    }
-    constexpr bool operator[](unsigned char byte) const { return ends[byte]; }
-};
-constexpr NameEnds kEndsName;
 
 class Parser {
   public:
@@ -84,7 +56,7 @@ class Parser {
     const char* block_end_;
     const char* last_word_; // where the last whole word of the text's block begins
     const char* last_pair_; // the same for sixteen bytes
-    Gap gap_;
+    kalto::Gap gap_;
     size_t shift_ = 0; // how far the current text has moved left
     unsigned depth_ = 0;
     unsigned pending_ = 0;
@@ -127,7 +99,7 @@ bool Parser::text(char*& p) {
         p += kalto::first_flag(flags);
         if (*p != '<')
             break;
-        if (begin <= last_pair_ && p - begin < static_cast<ptrdiff_t>(sizeof(Gap::bytes)))
+        if (begin <= last_pair_ && p - begin < static_cast<ptrdiff_t>(sizeof(kalto::Gap::bytes)))
             gap_.remember(begin, static_cast<size_t>(p + 1 - begin));
         *p++ = '\0';
         return true;
@@ -235,7 +207,7 @@ unsigned Parser::start_tag(char*& p) {
 // A name that ends at *p, or later. Names are short and come again and again: looking at each byte is
 // predicted well, and the place of what follows need not wait for it.
 signed char Parser::name(char*& p) const {
-    while (!kEndsName[static_cast<unsigned char>(*p)])
+    while (!kalto::kEndsName[static_cast<unsigned char>(*p)])
         ++p;
     char* position = p;
     const signed char stopped = kalto::end_name(&position);

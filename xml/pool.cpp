@@ -15,10 +15,8 @@
 
 using kalto::pool_data;
 
-namespace {
+namespace kalto {
 
-// A large block is going to be used from its start to about its end: with huge pages, where the system has
-// them, that takes few page faults instead of thousands.
 void expect_use(void* begin, size_t size) {
 #ifdef MADV_HUGEPAGE
     constexpr size_t kLarge = 4u << 20;
@@ -32,7 +30,7 @@ void expect_use(void* begin, size_t size) {
 #endif
 }
 
-} // namespace
+} // namespace kalto
 
 CVurlMemPool* CVurlMemPool::Create(unsigned n) {
     constexpr unsigned kUnit = 256;
@@ -42,7 +40,7 @@ CVurlMemPool* CVurlMemPool::Create(unsigned n) {
     auto* block = static_cast<CVurlMemPool*>(std::malloc(sizeof(CVurlMemPool) + size));
     if (block == nullptr)
         return nullptr;
-    expect_use(block, sizeof(CVurlMemPool) + size);
+    kalto::expect_use(block, sizeof(CVurlMemPool) + size);
     block->nSize = size;
     block->nUsed = 0;
     block->pNext = nullptr;

@@ -56,16 +56,33 @@ template <class Sink, size_t size> KALTO_HOT void put(Sink& sink, const char (&t
     sink.put(text, size - 1);
 }
 
-template <class Sink> KALTO_HOT void put_converted(Sink& sink, const char* text, bool in_value) {
-    for (text = sink.run(text); *text != '\0'; text = sink.run(text)) {
-        const char* end = *text == '<' && text[1] == '!' ? cdata_end(text) : nullptr;
+// The rest of a text from a character on that is to be replaced. Such texts hold more of them at places that
+// nobody can predict: each character is looked up, unless there may be a CDATA section.
+template <class Sink> void put_marked(Sink* sink, const char* text, bool in_value) {
+    Sink local = *sink;
+    if (std::strstr(text, "<![CDATA[") == nullptr) {
+        for (; *text != '\0'; ++text)
+            local.replacement(*text);
+    }
+    for (; *text != '\0'; text = local.run(text)) {
+        const char* end = *text == '<' ? cdata_end(text) : nullptr;
         if (end != nullptr && (!in_value || passes_in_value(text, end))) {
-            sink.put(text, static_cast<size_t>(end - text));
+            local.put(text, static_cast<size_t>(end - text));
             text = end;
         } else {
-            sink.replacement(*text++);
+            local.replacement(*text++);
         }
     }
+    *sink = local;
+}
+
+template <class Sink> KALTO_HOT void put_converted(Sink& sink, const char* text, bool in_value) {
+    text = sink.run(text);
+    if (*text == '\0')
+        return;
+    Sink outside = sink; // so that the sink itself has no address and can stay in registers
+    put_marked(&outside, text, in_value);
+    sink = outside;
 }
 
 template <class Sink> KALTO_HOT void put_start_tag(Sink& sink, const CVurlNode* node) {
@@ -161,6 +178,7 @@ char* CVurlDOM::WriteDoc(unsigned* pSize, unsigned reserve) {
     if (m_pRoot != nullptr && expressible)
         m_pDocBuffer = static_cast<char*>(std::malloc(size + reserve));
     if (m_pDocBuffer != nullptr) {
+        kalto::expect_use(m_pDocBuffer, size + reserve);
         m_pfnOutput = &CVurlDOM::SendOutputToDocBuffer;
         m_pOutputCursor = m_pDocBuffer + reserve;
         copy(this, m_pOutputCursor + size);
