@@ -46,7 +46,7 @@ bool move_into_place(const std::string& pending, const struct stat& status) {
     struct stat replaced;
     if (!store_path(kRegistryFile, path))
         return false;
-    if (stat(path.c_str(), &replaced) == 0)
+    if (file_status(path.c_str(), replaced))
         make_later(pending.c_str(), status, replaced);
     if (rename(pending.c_str(), path.c_str()) != 0) {
         syslog(LOG_ERR, "MoveTmpRegistry: rename failed %i", errno);
@@ -72,7 +72,7 @@ void make_later(const char* path, struct stat status, const struct stat& than) {
             times[1].tv_nsec -= kNanosecondsPerSecond;
             ++times[1].tv_sec;
         }
-        if (utimensat(AT_FDCWD, path, times, 0) != 0 || stat(path, &status) != 0)
+        if (utimensat(AT_FDCWD, path, times, 0) != 0 || !file_status(path, status))
             return;
     }
 }
@@ -90,7 +90,7 @@ int VerifyRegistry(const char* path) {
         return 0;
     }
     struct stat status;
-    if (fstat(file.get(), &status) != 0) {
+    if (!kalto::file_status(file.get(), status)) {
         syslog(LOG_ERR, "Failed to determine file size for \"%s\"", path);
         return 0;
     }
@@ -109,7 +109,7 @@ int MoveTmpRegistry(void) {
     struct stat status;
     if (!kalto::store_path(kalto::kPendingFile, pending))
         return 0;
-    if (stat(pending.c_str(), &status) != 0) {
+    if (!kalto::file_status(pending.c_str(), status)) {
         if (errno != ENOENT)
             syslog(LOG_ERR, "MoveTmpRegistry: stat failed %i", errno);
         return 0;

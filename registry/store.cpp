@@ -33,6 +33,25 @@ size_t string_pool_size() {
     return size;
 }
 
+// What the store uses of a file's status. A registry too large for the fields is a failure.
+bool narrow_status(const struct stat64& large, struct stat& status) {
+    status = {};
+    status.st_dev = large.st_dev;
+    status.st_ino = static_cast<ino_t>(large.st_ino);
+    status.st_mode = large.st_mode;
+    status.st_nlink = large.st_nlink;
+    status.st_uid = large.st_uid;
+    status.st_gid = large.st_gid;
+    status.st_size = static_cast<off_t>(large.st_size);
+    status.st_atim = large.st_atim;
+    status.st_mtim = large.st_mtim;
+    status.st_ctim = large.st_ctim;
+    if (status.st_size == large.st_size)
+        return true;
+    errno = EOVERFLOW;
+    return false;
+}
+
 } // namespace
 
 CRegVurlDOM* g_pVurlDOM = nullptr;
@@ -85,6 +104,18 @@ bool store_path(const char* name, std::string& out) {
         syslog(LOG_ERR, "no memory for the path of %s", name);
         return false;
     }
+}
+
+bool file_status(const char* path, struct stat& status) {
+    struct stat64 large;
+    return stat(path, &status) == 0 ||
+           (errno == EOVERFLOW && stat64(path, &large) == 0 && narrow_status(large, status));
+}
+
+bool file_status(int fd, struct stat& status) {
+    struct stat64 large;
+    return fstat(fd, &status) == 0 ||
+           (errno == EOVERFLOW && fstat64(fd, &large) == 0 && narrow_status(large, status));
 }
 
 int open_file(const char* path, int flags) {

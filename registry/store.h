@@ -52,6 +52,11 @@ bool is_later(const struct stat& status, const struct stat& than);
 // The path of one of the store's files; false when memory runs out.
 bool store_path(const char* name, std::string& out);
 
+// stat and fstat, also for files whose inode number does not fit the 32-bit target's struct stat (it is cut
+// then). False with errno on failure.
+bool file_status(const char* path, struct stat& status);
+bool file_status(int fd, struct stat& status);
+
 // Opens, retrying when a signal interrupts. -1 with errno on failure.
 int open_file(const char* path, int flags);
 // Reads up to size bytes into the buffer, all of them unless the file ends first. -1 on failure.

@@ -51,7 +51,7 @@ Step create_skeleton(const char* path) {
         return Step::failed;
     }
     struct stat status;
-    if (stat(path, &status) == 0)
+    if (file_status(path, status))
         make_later(path, status, g_stRegFileStats);
     return Step::again;
 }
@@ -59,7 +59,7 @@ Step create_skeleton(const char* path) {
 // Drops the document if the file is newer, unless it is in use or holds changes.
 Step drop_if_stale(const char* path) {
     struct stat status;
-    if (stat(path, &status) != 0) {
+    if (!file_status(path, status)) {
         syslog(LOG_ERR, "stat failed for file %s", path);
         return Step::failed;
     }
@@ -88,7 +88,7 @@ Step discard_broken(const char* path, Descriptor& file, long got) {
 }
 
 Step read_document(const char* path, Descriptor& file) {
-    if (stat(path, &g_stRegFileStats) != 0) {
+    if (!file_status(path, g_stRegFileStats)) {
         syslog(LOG_ERR, "stat failed for file %s", path);
         return Step::failed;
     }

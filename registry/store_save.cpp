@@ -80,7 +80,7 @@ bool write_document() {
 // So that this process does not take its own save for a change from outside.
 void remember_status() {
     std::string path;
-    if (store_path(kRegistryFile, path) && stat(path.c_str(), &g_stRegFileStats) != 0)
+    if (store_path(kRegistryFile, path) && !file_status(path.c_str(), g_stRegFileStats))
         syslog(LOG_ERR, "stat failed for file %s", path.c_str());
 }
 
