@@ -181,6 +181,7 @@ TEST_F(Store, ALongerStalePendingFileLeavesNothingBehind) {
     EXPECT_EQ(set_number(key, L"n", 7), 0);
     write(std::string(100000, 'x'), kPending);
     EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_EQ(read().find("xxx"), std::string::npos);
     EXPECT_EQ(in_child([] { return static_cast<int>(number_at(L"", L"n")); }), 7);
 }
 
