@@ -59,17 +59,6 @@ CVurlAttribute* CVurlDOM::AllocAttribute() {
     return attribute;
 }
 
-CVurlListNode* kalto::take_list_record(CVurlDOM* dom) {
-    CVurlListNode* entry = dom->m_pFreeListNodes;
-    if (entry != nullptr)
-        dom->m_pFreeListNodes = entry->pNext;
-    else
-        entry = static_cast<CVurlListNode*>(dom->Alloc(sizeof(CVurlListNode), &dom->m_pObjectPool));
-    if (entry != nullptr)
-        *entry = {nullptr, nullptr, nullptr};
-    return entry;
-}
-
 CVurlListNode* CVurlDOM::AllocListNode() {
     CVurlListNode* const entry = kalto::take_list_record(this);
     if (entry == nullptr)

@@ -22,7 +22,16 @@ inline char* pool_data(CVurlMemPool* block) {
 }
 
 // A list record without an iterator, its links null; null when memory runs out.
-CVurlListNode* take_list_record(CVurlDOM* dom);
+inline CVurlListNode* take_list_record(CVurlDOM* dom) {
+    CVurlListNode* entry = dom->m_pFreeListNodes;
+    if (entry != nullptr)
+        dom->m_pFreeListNodes = entry->pNext;
+    else
+        entry = static_cast<CVurlListNode*>(dom->Alloc(sizeof(CVurlListNode), &dom->m_pObjectPool));
+    if (entry != nullptr)
+        *entry = {nullptr, nullptr, nullptr};
+    return entry;
+}
 
 // Tells the system that memory just allocated is going to be used from its start to about its end: with huge
 // pages, where there are any, that takes few page faults instead of thousands. Small pieces are left alone.

@@ -1,8 +1,6 @@
 // Matching a step at one element. The sets of elements that this leads to are gone through in xpath_walk.cpp.
 #include "xml/xpath_match.h"
 
-#include "xml/depth.h"
-#include "xml/element_list.h"
 #include "xml/xpath_predicate.h"
 #include "xml/xpath_token.h"
 
@@ -205,16 +203,6 @@ PathMatcher::Outcome PathMatcher::match_step(State& state) {
     return state.matched ? Outcome::kYes : Outcome::kNo;
 }
 
-// Deliberate: a predicate ends its path, so that a[x]/b selects each such a, and a[x][y] looks at x alone.
-// Lists that applications work on were made that way.
-PathMatcher::Outcome PathMatcher::match_predicate(unsigned step, const State& state) {
-    const XPathAction& record = *m_steps[step].record;
-    const CVurlNode& element = *state.place.element;
-    if (m_steps[step].op == Op::kEqual ? passes_equal(element, record) : passes_not_equal(element, record))
-        return add(state.place);
-    return state.matched ? Outcome::kYes : Outcome::kNo;
-}
-
 // Deliberate: the step behind .. is tested at the parent itself, not at its children; a/../b asks whether the
 // parent is named b.
 PathMatcher::Outcome PathMatcher::match_parent(State& state) {
@@ -287,16 +275,6 @@ PathMatcher::Outcome PathMatcher::fan_out(unsigned step, const State& owner, Res
     set.resume_step = owner.step + 1;
     set.matched_before = owner.matched;
     return Outcome::kWaits;
-}
-
-PathMatcher::Outcome PathMatcher::add(Place place, CVurlAttribute* attribute) {
-    m_hit.m_pNode = place.element;
-    m_hit.m_pCurAttribute = attribute;
-    set_depth(&m_hit, place.depth);
-    if (!(m_distinct ? append(m_results, m_hit) : m_results->Add(&m_hit) != 0))
-        fail();
-    m_stopped = m_stopped || m_first_only;
-    return Outcome::kYes;
 }
 
 PathMatcher::Outcome PathMatcher::add_children(Place place) {

@@ -1,6 +1,8 @@
 // Going through the sets of elements at which a path is matched.
 #include "xml/xpath_match.h"
 
+#include "xml/depth.h"
+#include "xml/element_list.h"
 #include "xml/xpath_predicate.h"
 
 namespace kalto {
@@ -121,11 +123,32 @@ bool PathMatcher::next_candidate(Set& set) {
     return set.at != nullptr;
 }
 
+PathMatcher::Outcome PathMatcher::add(Place place, CVurlAttribute* attribute) {
+    m_hit.m_pNode = place.element;
+    m_hit.m_pCurAttribute = attribute;
+    set_depth(&m_hit, place.depth);
+    if (!(m_distinct ? append(m_results, m_hit) : m_results->Add(&m_hit) != 0))
+        fail();
+    m_stopped = m_stopped || m_first_only;
+    return Outcome::kYes;
+}
+
+// Deliberate: a predicate ends its path, so that a[x]/b selects each such a, and a[x][y] looks at x alone.
+// Lists that applications work on were made that way.
+PathMatcher::Outcome PathMatcher::match_predicate(unsigned step, const State& state) {
+    const XPathAction& record = *m_steps[step].record;
+    const CVurlNode& element = *state.place.element;
+    if (m_steps[step].op == Op::kEqual ? passes_equal(element, record) : passes_not_equal(element, record))
+        return add(state.place);
+    return state.matched ? Outcome::kYes : Outcome::kNo;
+}
+
 // The short way through a set whose elements need none of their own.
 void PathMatcher::match_leaves(Set& set) {
+    const bool last = set.step + 1 == m_count;
     while (!m_stopped && next_candidate(set)) {
-        State state{set.step, {set.at, set.depth}, false};
-        if (match_named(state) == Outcome::kYes)
+        const State state{set.step, {set.at, set.depth}, false};
+        if ((last ? add(state.place) : match_predicate(set.step + 1, state)) == Outcome::kYes)
             set.matched = true;
     }
     if (!set.at)
