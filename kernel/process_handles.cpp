@@ -3,13 +3,16 @@
 #include <fcntl.h>
 #include <kalto/kernel.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace kalto {
 
 static void close_below(rlim_t limit) {
-    if (close_range(0, static_cast<unsigned>(limit - 1), 0) == 0)
+#ifdef SYS_close_range // not in every kernel, and in fewer C libraries; the limit may be a million
+    if (syscall(SYS_close_range, 0u, static_cast<unsigned>(limit - 1), 0u) == 0)
         return;
+#endif
     for (rlim_t descriptor = 0; descriptor < limit; ++descriptor)
         close(static_cast<int>(descriptor));
 }
