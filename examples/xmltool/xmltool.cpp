@@ -14,6 +14,7 @@
 #include <kalto/xml.h>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace {
@@ -98,27 +99,35 @@ std::string Indented(const CVurlIterator& it) {
     return std::string(2 * static_cast<size_t>(it.m_nDepth), ' ') + it.GetTagName();
 }
 
-// The element's name, and its number where the parent has several children of that name.
-std::string Step(const CVurlIterator& it) {
-    int count = 0;
-    int number = 0;
-    CVurlIterator sibling = it;
-    sibling.ToFirstElement();
-    do {
-        count += strcmp(sibling.GetTagName(), it.GetTagName()) == 0 ? 1 : 0;
-        number = sibling == it ? count : number;
-    } while (sibling.ToNextElement() != 0);
-    std::string name = std::string("/") + it.GetTagName();
-    return count > 1 ? name + "[" + std::to_string(number) + "]" : name;
-}
+// The way to an element by names, with a number where the parent has several children of that name. Brothers
+// and sisters are numbered together, once.
+class Paths {
+  public:
+    std::string To(CVurlIterator it) {
+        std::string path;
+        do {
+            if (m_steps.count(it.m_pNode) == 0)
+                NumberSiblings(it);
+            path = m_steps[it.m_pNode] + path;
+        } while (it.ToParentElement() != 0);
+        return path;
+    }
 
-std::string PathTo(CVurlIterator it) {
-    std::string path;
-    do {
-        path = Step(it) + path;
-    } while (it.ToParentElement() != 0);
-    return path;
-}
+  private:
+    void NumberSiblings(CVurlIterator it) {
+        std::unordered_map<std::string, std::vector<CVurlNode*>> named;
+        it.ToFirstElement();
+        do {
+            named[it.GetTagName()].push_back(it.m_pNode);
+        } while (it.ToNextElement() != 0);
+        for (const auto& [name, nodes] : named) {
+            for (size_t i = 0; i < nodes.size(); ++i)
+                m_steps[nodes[i]] = "/" + name + (nodes.size() > 1 ? "[" + std::to_string(i + 1) + "]" : "");
+        }
+    }
+
+    std::unordered_map<CVurlNode*, std::string> m_steps;
+};
 
 int Select(const char* expression, const char* name) {
     CVurlDOM dom;
@@ -129,9 +138,10 @@ int Select(const char* expression, const char* name) {
         fprintf(stderr, "xmltool: %s: %s\n", expression, dom.GetXPathErrorDescription());
         return kFailed;
     }
+    Paths paths;
     CVurlIterator it;
     while (found->nextNode(&it) != 0)
-        PrintElement(it, PathTo(it));
+        PrintElement(it, paths.To(it));
     return found->m_nCount == 0 ? kNothingSelected : 0;
 }
 
