@@ -1,9 +1,15 @@
-# What `cmake --install` and find_package(Kalto) see.
-install(TARGETS kalto kaltohost EXPORT KaltoTargets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS kaltoreg)
-install(FILES docs/kaltoreg.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES tools/kaltoreg.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kaltoreg)
+# What `cmake --install` and find_package(Kalto) see. What names no component of its own is for developers; the packages
+# (KaltoPackages) are made of these components.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
+
+install(TARGETS kalto EXPORT KaltoTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
+install(TARGETS kaltohost EXPORT KaltoTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host NAMELINK_COMPONENT development)
+install(TARGETS kaltoreg COMPONENT tool)
+install(FILES docs/kaltoreg.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+install(FILES tools/kaltoreg.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kaltoreg
+        COMPONENT tool)
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kalto-${PROJECT_VERSION_MAJOR})
 install(EXPORT KaltoTargets NAMESPACE Kalto:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kalto)
 
