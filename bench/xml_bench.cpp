@@ -6,8 +6,10 @@
 // for a machine in use compare them within one run.
 #include "bench/xml_documents.h"
 #include <benchmark/benchmark.h>
+#include <cstring>
 #include <ctime>
 #include <kalto/xml.h>
+#include <malloc.h>
 #include <map>
 #include <pugixml.hpp>
 #include <rapidxml/rapidxml.hpp>
@@ -386,4 +388,18 @@ FOR_EACH_LIBRARY(Release);
 
 } // namespace
 
-BENCHMARK_MAIN();
+// Memory that one library has freed stays in the process, so that all are measured on memory that was touched
+// before, in whatever order they run. With an argument of --cold the allocator does as usual; then run one
+// library at a time.
+int main(int argc, char** argv) {
+    if (argc > 1 && std::strcmp(argv[1], "--cold") == 0) {
+        --argc;
+        ++argv;
+    } else {
+        mallopt(M_MMAP_THRESHOLD, 1 << 30);
+        mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
