@@ -55,7 +55,7 @@ bool narrow_status(const struct stat64& large, struct stat& status) {
 } // namespace
 
 CRegVurlDOM* g_pVurlDOM = nullptr;
-const char* g_regDocBuffer = nullptr;
+bool g_regLoaded = false;
 int g_regFd = -1;
 bool g_regDirty = false;
 bool g_regDeletions = false;

@@ -2,7 +2,7 @@
 // lock.
 //
 //   1. g_regFd is -1 or the load cycle is open. While it is open a document is loaded.
-//   2. g_regDocBuffer is null exactly when no document is loaded.
+//   2. g_regLoaded says whether a document is loaded.
 //   3. g_regDirty is set while the document holds changes that no save has put into the file. A document with
 //   such
 //      changes is never dropped.
@@ -29,7 +29,7 @@ constexpr mode_t kFileMode = 0664;
 constexpr int kCompactAfter = 99; // value writes after which compacting the document's strings is considered
 
 extern CRegVurlDOM* g_pVurlDOM;
-extern const char* g_regDocBuffer;
+extern bool g_regLoaded;
 extern int g_regFd;
 extern bool g_regDirty;
 extern bool g_regDeletions; // elements may be marked as deleted

@@ -29,7 +29,7 @@ void drop_document() {
     ++g_regDocument;
     ++g_regChanges;
     g_regDeletions = false;
-    g_regDocBuffer = nullptr;
+    g_regLoaded = false;
     if (g_pVurlDOM != nullptr)
         g_pVurlDOM->FreeDOM(false);
     delete g_pVurlDOM;
@@ -83,7 +83,7 @@ Step discard_broken(const char* path, Descriptor& file, long got) {
         "skeleton registry",
         path, static_cast<long>(g_stRegFileStats.st_size), static_cast<int>(got));
     file.close();
-    g_regDocBuffer = nullptr;
+    g_regLoaded = false;
     return unlink(path) == 0 ? Step::again : Step::failed;
 }
 
@@ -108,7 +108,7 @@ Step read_document(const char* path, Descriptor& file) {
     }
     buffer[got] = '\0';
     if (g_pVurlDOM->ReadDoc() != 0) {
-        g_regDocBuffer = buffer;
+        g_regLoaded = true;
         note_compact();
         return Step::done;
     }
@@ -122,8 +122,8 @@ Step load_once(const char* path) {
         return create_skeleton(path);
     if (MoveTmpRegistry() != 0)
         return Step::again;
-    Step step = g_regDocBuffer != nullptr ? drop_if_stale(path) : Step::done;
-    if (step == Step::done && g_regDocBuffer == nullptr)
+    Step step = g_regLoaded ? drop_if_stale(path) : Step::done;
+    if (step == Step::done && !g_regLoaded)
         step = read_document(path, file);
     if (step == Step::done)
         g_regFd = file.release();

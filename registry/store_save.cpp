@@ -6,6 +6,7 @@
 #include "registry/open_keys.h"
 #include "registry/sibling_index.h"
 #include "registry/store.h"
+#include <cstdlib>
 #include <fcntl.h>
 #include <kalto/registry.h>
 #include <string>
@@ -73,8 +74,11 @@ bool write_document() {
         syslog(LOG_ERR, "failed to generate the registry text");
         return false;
     }
-    g_regDocBuffer = text;
-    return write_pending_file(text, length) && MoveTmpRegistry() != 0;
+    const bool written = write_pending_file(text, length);
+    // The file has the text now, and verifying it needs as much memory again.
+    free(g_pVurlDOM->m_pDocBuffer);
+    g_pVurlDOM->m_pDocBuffer = nullptr;
+    return written && MoveTmpRegistry() != 0;
 }
 
 // So that this process does not take its own save for a change from outside.
