@@ -6,6 +6,9 @@
 #include <kalto/system.h>
 #include <kalto/types.h>
 
+/* Not in <windows.h>, because ported sources have a UUID of their own. */
+typedef GUID UUID;
+
 #ifdef __cplusplus
 #define REFGUID const GUID&
 #define REFIID const IID&

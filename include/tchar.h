@@ -4,6 +4,7 @@
 #ifndef KALTO_TCHAR_H
 #define KALTO_TCHAR_H
 
+#include <kalto/porting.h>
 #include <kalto/text.h>
 #include <kalto/types.h>
 #include <wchar.h>
@@ -16,11 +17,22 @@ typedef WCHAR _TXCHAR;
 typedef wint_t _TINT;
 #define _TEOF WEOF
 
-/* Formatted output, with the Windows meaning of %s. */
+/* Formatted output and input, with the Windows meaning of %s. */
 #define _stprintf wsprintf
 #define _vstprintf wvsprintf
-#define _sntprintf wsnprintf
-#define _vsntprintf vswmyprintf
+#define _sntprintf _snwprintf
+#define _vsntprintf _vsnwprintf
+#define _tprintf KaltoPrintText
+#define _ftprintf KaltoPrintTextTo
+#define _vtprintf KaltoPrintTextList
+#define _vftprintf KaltoPrintTextListTo
+#define _putts KaltoPutLine
+#define _fputts KaltoPutText
+#define _fgetts KaltoGetText
+#define _stscanf KaltoScanText
+
+/* Files. */
+#define _tfopen _wfopen
 
 /* Numbers. */
 #define _ttoi _wtoi
@@ -31,6 +43,15 @@ typedef wint_t _TINT;
 #define _tcstol wcstol
 #define _tcstoul wcstoul
 #define _tcstod wcstod
+#define _tcstoi64 wcstoll
+#define _tcstoui64 wcstoull
+#define _tstof _wtof
+#define _ttof _wtof
+#define _tstoi64 _wtoi64
+#define _itot _itow
+#define _ltot _ltow
+#define _ultot _ultow
+#define _i64tot _i64tow
 
 /* Strings. */
 #define _tcslen wcslen
@@ -41,8 +62,12 @@ typedef wint_t _TINT;
 #define _tcsncat wcsncat
 #define _tcscmp wcscmp
 #define _tcsncmp wcsncmp
-#define _tcsicmp wcscasecmp
-#define _tcsnicmp wcsncasecmp
+#define _tcsicmp _wcsicmp
+#define _tcsnicmp _wcsnicmp
+#define _tcsnccmp wcsncmp
+#define _tcsncicmp _wcsnicmp
+#define _tcsicoll _wcsicmp
+#define _tcsxfrm wcsxfrm
 #define _tcscoll wcscoll
 #define _tcschr wcschr
 #define _tcsrchr wcsrchr
@@ -50,11 +75,20 @@ typedef wint_t _TINT;
 #define _tcspbrk wcspbrk
 #define _tcsspn wcsspn
 #define _tcscspn wcscspn
-#define _tcsdup wcsdup
+#define _tcsdup _wcsdup
 #define _tcsftime wcsftime
 #define _tcstok mywcstok
 #define _tcsrev wcsrev
 #define _tcslwr wcslwr
+#define _tcsupr _wcsupr
+#define _tcsnccpy wcsncpy
+#define _tcsnccat wcsncat
+#define _tcsinc(text) ((text) + 1)
+#define _tcsdec(start, text) ((text) > (start) ? (text)-1 : NULL)
+#define _tcsnextc(text) (*(text))
+#define _tcsninc(text, count) ((text) + (count))
+#define _tclen(text) 1
+#define _tccpy(to, from) ((void)(*(to) = *(from)))
 #define _tcsncpy_s wcsncpy_s
 
 /* Characters. */
@@ -69,6 +103,7 @@ typedef wint_t _TINT;
 #define _istprint iswprint
 #define _istcntrl iswcntrl
 #define _istgraph iswgraph
+#define _istascii(character) ((character) < 0x80)
 #define _totupper towupper
 #define _totlower towlower
 

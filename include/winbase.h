@@ -6,6 +6,7 @@
 #include <kalto/errors.h>
 #include <kalto/fs.h>
 #include <kalto/kernel.h>
+#include <kalto/porting.h>
 #include <kalto/system.h>
 #include <kalto/text.h>
 #include <kalto/types.h>

@@ -43,12 +43,17 @@ static bool entered_again(CRITICAL_SECTION& section) {
     return true;
 }
 
+bool try_enter(CRITICAL_SECTION& section) {
+    if (sem_trywait(&section.LockSemaphore) != 0)
+        return entered_again(section);
+    now_owned(section);
+    return true;
+}
+
 void enter_uncancelled(CRITICAL_SECTION& section) {
-    if (sem_trywait(&section.LockSemaphore) != 0) {
-        if (entered_again(section))
-            return;
-        take(section.LockSemaphore);
-    }
+    if (try_enter(section))
+        return;
+    take(section.LockSemaphore);
     now_owned(section);
 }
 
@@ -82,11 +87,9 @@ void InitializeCriticalSection(LPCRITICAL_SECTION lpCriticalSection) {
 
 DWORD EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection) {
     CRITICAL_SECTION& section = *lpCriticalSection;
-    if (sem_trywait(&section.LockSemaphore) != 0) {
-        if (kalto::entered_again(section))
-            return 1;
-        kalto::block_on(section.LockSemaphore);
-    }
+    if (kalto::try_enter(section))
+        return 1;
+    kalto::block_on(section.LockSemaphore);
     kalto::now_owned(section);
     return 1;
 }

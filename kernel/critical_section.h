@@ -9,6 +9,9 @@ namespace kalto {
 // EnterCriticalSection, but no cancellation point.
 void enter_uncancelled(CRITICAL_SECTION& section);
 
+// Takes the section unless another thread has it. Never blocks.
+bool try_enter(CRITICAL_SECTION& section);
+
 class SectionGuard {
   public:
     explicit SectionGuard(CRITICAL_SECTION& section) : section_(section) { enter_uncancelled(section_); }

@@ -52,6 +52,49 @@
 #define ERROR_NO_DATA ENODATA
 #define ERROR_PRIVILEGE_NOT_HELD EPERM
 
+#define ERROR_INVALID_FUNCTION ENOTTY
+#define ERROR_BAD_FORMAT ENOEXEC
+#define ERROR_BAD_EXE_FORMAT ENOEXEC
+#define ERROR_MOD_NOT_FOUND ELIBACC
+#define ERROR_PROC_NOT_FOUND ENXIO
+#define ERROR_INVALID_DRIVE ENODEV
+#define ERROR_BAD_UNIT ENODEV
+#define ERROR_DEV_NOT_EXIST ENODEV
+#define ERROR_FILE_TOO_LARGE EFBIG
+#define ERROR_SEEK ESPIPE
+#define ERROR_NEGATIVE_SEEK EINVAL
+#define ERROR_DIRECTORY ENOTDIR
+#define ERROR_CURRENT_DIRECTORY EBUSY
+#define ERROR_CANCELLED ECANCELED
+#define ERROR_HANDLE_EOF ENODATA
+#define ERROR_CRC EBADMSG
+#define ERROR_INVALID_DATA EBADMSG
+#define ERROR_TOO_MANY_LINKS EMLINK
+#define ERROR_INVALID_ADDRESS EFAULT
+#define ERROR_NOACCESS EFAULT
+#define ERROR_IO_PENDING EINPROGRESS
+#define ERROR_NETWORK_UNREACHABLE ENETUNREACH
+#define ERROR_HOST_UNREACHABLE EHOSTUNREACH
+#define ERROR_CONNECTION_REFUSED ECONNREFUSED
+#define ERROR_CONNECTION_ABORTED ECONNABORTED
+
+/* Numbers that no POSIX error has: the conventional ones, or, where a POSIX error has that number, 0x10000
+ * more. No call of the library reports those in the second group, so that a comparison with them is false. */
+#define ERROR_ENVVAR_NOT_FOUND 203
+#define ERROR_MR_MID_NOT_FOUND 317
+#define ERROR_NOT_FOUND 1168
+#define ERROR_NO_MORE_FILES 0x10012
+#define ERROR_INVALID_BLOCK 0x10009
+#define ERROR_BAD_COMMAND 0x10016
+#define ERROR_BAD_LENGTH 0x10018
+#define ERROR_NOT_LOCKED 158
+#define ERROR_INVALID_FLAGS 1004
+#define ERROR_DLL_INIT_FAILED 1114
+#define ERROR_NOT_OWNER 288
+#define ERROR_TOO_MANY_POSTS 298
+#define ERROR_SERVICE_DOES_NOT_EXIST 1060
+#define ERROR_NO_UNICODE_TRANSLATION 1113
+
 /* COM style results. */
 #define S_OK KALTO_CAST(HRESULT, 0)
 #define S_FALSE KALTO_CAST(HRESULT, 1)
@@ -62,6 +105,26 @@
 #define E_ACCESSDENIED KALTO_CAST(HRESULT, 0x80070005u)
 #define E_OUTOFMEMORY KALTO_CAST(HRESULT, 0x8007000Eu)
 #define E_INVALIDARG KALTO_CAST(HRESULT, 0x80070057u)
+#define E_NOINTERFACE KALTO_CAST(HRESULT, 0x80004002u)
+#define E_ABORT KALTO_CAST(HRESULT, 0x80004004u)
+#define E_HANDLE KALTO_CAST(HRESULT, 0x80070006u)
+#define E_PENDING KALTO_CAST(HRESULT, 0x8000000Au)
+#define NOERROR 0
+#define SEVERITY_SUCCESS 0
+#define SEVERITY_ERROR 1
+#define FACILITY_NULL 0
+#define FACILITY_WIN32 7
+#define MAKE_HRESULT(severity, facility, code)                                                               \
+    KALTO_CAST(HRESULT, (KALTO_CAST(ULONG, severity) << 31) | (KALTO_CAST(ULONG, facility) << 16) |          \
+                            KALTO_CAST(ULONG, code))
+#define HRESULT_CODE(result) ((result)&0xFFFF)
+#define HRESULT_FACILITY(result) (((result) >> 16) & 0x1FFF)
+#define HRESULT_SEVERITY(result) (((result) >> 31) & 1)
+/* 0 and what is a result already are left as they are. */
+#define HRESULT_FROM_WIN32(error)                                                                            \
+    (KALTO_CAST(HRESULT, error) <= 0                                                                         \
+         ? KALTO_CAST(HRESULT, error)                                                                        \
+         : MAKE_HRESULT(SEVERITY_ERROR, FACILITY_WIN32, KALTO_CAST(ULONG, error) & 0xFFFFu))
 #define SUCCEEDED(result) (KALTO_CAST(HRESULT, (result)) >= 0)
 #define FAILED(result) (KALTO_CAST(HRESULT, (result)) < 0)
 

@@ -169,7 +169,7 @@ typedef struct _GUID {
     WORD Data2;
     WORD Data3;
     BYTE Data4[8];
-} GUID, *PGUID, *LPGUID, IID, *LPIID, CLSID, *LPCLSID, UUID;
+} GUID, *PGUID, *LPGUID, IID, *LPIID, CLSID, *LPCLSID;
 typedef const GUID* LPCGUID;
 #endif
 

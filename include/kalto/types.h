@@ -48,6 +48,26 @@
 #ifndef OPTIONAL
 #define OPTIONAL
 #endif
+#ifndef FAR
+#define FAR
+#endif
+#ifndef NEAR
+#define NEAR
+#endif
+#define WINAPIV
+#define APIPRIVATE
+#define WINBASEAPI
+#define STDMETHODCALLTYPE
+#define STDAPICALLTYPE
+#ifndef FORCEINLINE
+#define FORCEINLINE static inline
+#endif
+#define UNALIGNED
+#ifdef __cplusplus
+#define EXTERN_C extern "C"
+#else
+#define EXTERN_C extern
+#endif
 
 #ifndef VOID
 #define VOID void
@@ -147,6 +167,25 @@ typedef ULONG_PTR* PULONG_PTR;
 typedef LONG_PTR* PLONG_PTR;
 typedef DWORD_PTR* PDWORD_PTR;
 typedef SIZE_T* PSIZE_T;
+typedef DOUBLE* PDOUBLE;
+typedef DWORDLONG* PDWORDLONG;
+typedef INT_PTR* PINT_PTR;
+typedef UINT_PTR* PUINT_PTR;
+typedef SSIZE_T* PSSIZE_T;
+typedef INT8* PINT8;
+typedef INT16* PINT16;
+typedef INT32* PINT32;
+typedef INT64* PINT64;
+typedef UINT8* PUINT8;
+typedef UINT16* PUINT16;
+typedef UINT32* PUINT32;
+typedef UINT64* PUINT64;
+typedef LONG32* PLONG32;
+typedef LONG64* PLONG64;
+typedef ULONG32* PULONG32;
+typedef ULONG64* PULONG64;
+typedef DWORD32* PDWORD32;
+typedef DWORD64* PDWORD64;
 
 /* Handles. A kernel object's handle is the address of its record, a module's included, so that a source may
  * write HANDLE or HINSTANCE in the signature of DllMain. Registry keys and windows are types of their own. */
@@ -170,11 +209,18 @@ DECLARE_HANDLE(HBITMAP);
 DECLARE_HANDLE(HBRUSH);
 DECLARE_HANDLE(HFONT);
 DECLARE_HANDLE(HRSRC);
+DECLARE_HANDLE(HPEN);
+DECLARE_HANDLE(HRGN);
+DECLARE_HANDLE(HPALETTE);
+DECLARE_HANDLE(HACCEL);
+typedef HANDLE HGDIOBJ;
+typedef int HFILE;
 typedef HICON HCURSOR;
 typedef HKEY *PHKEY, *LPHKEY;
 
 typedef LONG HRESULT;
 typedef LONG SCODE;
+typedef LONG NTSTATUS;
 typedef DWORD LCID;
 typedef WORD LANGID;
 typedef DWORD LCTYPE;
@@ -195,6 +241,17 @@ typedef INT_PTR(WINAPI* PROC)(void);
 #endif
 
 #define MAX_PATH 260
+#define _MAX_PATH 260
+#define _MAX_DRIVE 3
+#define _MAX_DIR 256
+#define _MAX_FNAME 256
+#define _MAX_EXT 256
+#define MAXBYTE 0xFFu
+#define MAXWORD 0xFFFFu
+#define MAXDWORD 0xFFFFFFFFu
+#define MAXSHORT 0x7FFF
+#define MAXLONG 0x7FFFFFFF
+#define MINLONG KALTO_CAST(LONG, 0x80000000u)
 #define INFINITE 0xFFFFFFFFu
 #ifdef __cplusplus
 #define KALTO_POINTER_CAST(type, value) (reinterpret_cast<type>(static_cast<LONG_PTR>(value)))
@@ -224,15 +281,50 @@ typedef INT_PTR(WINAPI* PROC)(void);
 #define HIWORD(l) KALTO_CAST(WORD, (((DWORD_PTR)(l)) >> 16) & 0xFFFFu)
 #define LOBYTE(w) KALTO_CAST(BYTE, ((DWORD_PTR)(w)) & 0xFFu)
 #define HIBYTE(w) KALTO_CAST(BYTE, (((DWORD_PTR)(w)) >> 8) & 0xFFu)
-#define MAKEWORD(low, high) KALTO_CAST(WORD, ((BYTE)(low)) | (((WORD)((BYTE)(high))) << 8))
-#define MAKELONG(low, high) KALTO_CAST(LONG, ((WORD)(low)) | (((DWORD)((WORD)(high))) << 16))
+#define MAKEWORD(low, high)                                                                                  \
+    KALTO_CAST(WORD, KALTO_CAST(BYTE, (low)&0xFF) | (KALTO_CAST(WORD, KALTO_CAST(BYTE, (high)&0xFF)) << 8))
+#define MAKELONG(low, high)                                                                                  \
+    KALTO_CAST(LONG,                                                                                         \
+               KALTO_CAST(WORD, (low)&0xFFFF) | (KALTO_CAST(DWORD, KALTO_CAST(WORD, (high)&0xFFFF)) << 16))
 
 #define ZeroMemory(destination, length) memset((destination), 0, (length))
 #define FillMemory(destination, length, fill) memset((destination), (fill), (length))
 #define CopyMemory(destination, source, length) memcpy((destination), (source), (length))
 #define MoveMemory(destination, source, length) memmove((destination), (source), (length))
+#define RtlZeroMemory ZeroMemory
+#define RtlFillMemory FillMemory
+#define RtlCopyMemory CopyMemory
+#define RtlMoveMemory MoveMemory
 #define UNREFERENCED_PARAMETER(parameter) ((void)(parameter))
+#define DBG_UNREFERENCED_PARAMETER UNREFERENCED_PARAMETER
+#define UNREFERENCED_LOCAL_VARIABLE UNREFERENCED_PARAMETER
 #define ARRAYSIZE(array) (sizeof(array) / sizeof((array)[0]))
+#ifndef _countof
+#define _countof ARRAYSIZE
+#endif
+#define FIELD_OFFSET(type, field) KALTO_CAST(LONG, offsetof(type, field))
+#define CONTAINING_RECORD(address, type, field) ((type*)((char*)(address)-offsetof(type, field)))
+#ifdef __cplusplus
+#define C_ASSERT(condition) static_assert(condition, #condition)
+#else
+#define C_ASSERT(condition) _Static_assert(condition, #condition)
+#endif
+
+/* Languages. Accepted wherever they are asked for, and ignored. */
+#define LANG_NEUTRAL 0x00
+#define LANG_ENGLISH 0x09
+#define SUBLANG_NEUTRAL 0x00
+#define SUBLANG_DEFAULT 0x01
+#define SUBLANG_SYS_DEFAULT 0x02
+#define SUBLANG_ENGLISH_US 0x01
+#define SORT_DEFAULT 0x0
+#define MAKELANGID(primary, sub) KALTO_CAST(WORD, (KALTO_CAST(WORD, sub) << 10) | KALTO_CAST(WORD, primary))
+#define MAKELCID(language, sort)                                                                             \
+    KALTO_CAST(DWORD, (KALTO_CAST(DWORD, KALTO_CAST(WORD, sort)) << 16) |                                    \
+                          KALTO_CAST(DWORD, KALTO_CAST(WORD, language)))
+#define PRIMARYLANGID(language) KALTO_CAST(WORD, KALTO_CAST(WORD, language) & 0x3FFu)
+#define SUBLANGID(language) KALTO_CAST(WORD, KALTO_CAST(WORD, language) >> 10)
+#define LANGIDFROMLCID(locale) KALTO_CAST(WORD, (locale)&0xFFFFu)
 
 /* 64-bit integers by halves. */
 #if defined(__GNUC__)
@@ -269,6 +361,25 @@ typedef struct _FILETIME {
     DWORD dwLowDateTime;
     DWORD dwHighDateTime;
 } FILETIME, *PFILETIME, *LPFILETIME;
+
+/* Plane geometry, which records of other interfaces are made of. */
+typedef struct tagPOINT {
+    LONG x;
+    LONG y;
+} POINT, *PPOINT, *LPPOINT;
+
+typedef struct tagSIZE {
+    LONG cx;
+    LONG cy;
+} SIZE, *PSIZE, *LPSIZE;
+
+typedef struct tagRECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+} RECT, *PRECT, *LPRECT;
+typedef const RECT* LPCRECT;
 
 /* Wherever security attributes are taken they are ignored. */
 typedef struct _SECURITY_ATTRIBUTES {
