@@ -6,6 +6,7 @@ install(TARGETS kalto EXPORT KaltoTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
 install(TARGETS kaltohost EXPORT KaltoTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host NAMELINK_COMPONENT development)
+install(TARGETS kalto_porting EXPORT KaltoTargets)
 install(TARGETS kaltoreg COMPONENT tool)
 install(FILES docs/kaltoreg.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
 install(FILES tools/kaltoreg.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kaltoreg
@@ -21,7 +22,7 @@ install(FILES ${PROJECT_BINARY_DIR}/KaltoConfig.cmake ${PROJECT_BINARY_DIR}/Kalt
 
 # The package files find the prefix from where they lie, so that an installed tree may be moved.
 file(RELATIVE_PATH KALTO_PREFIX_FROM_PKGCONFIG ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-foreach(package kalto kaltohost)
+foreach(package kalto kaltohost kalto-porting)
   configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()

@@ -8,6 +8,11 @@
 
 namespace kalto {
 
+// A surrogate pair, which text from 16-bit systems brings along in two characters, is one character.
+static bool is_pair(const wchar_t* text, size_t length) {
+    return length >= 2 && text[0] >= 0xD800 && text[0] <= 0xDBFF && text[1] >= 0xDC00 && text[1] <= 0xDFFF;
+}
+
 // Converts into text, which has room for every character at its longest and for the end of the text.
 static bool convert(const wchar_t* wide, size_t length, bool turn_backslashes, char* text) {
     mbstate_t state = {};
@@ -16,6 +21,10 @@ static bool convert(const wchar_t* wide, size_t length, bool turn_backslashes, c
         if (character == L'\0') {
             errno = EINVAL;
             return false;
+        }
+        if (is_pair(wide + i, length - i)) {
+            character = 0x10000 + ((wide[i] - 0xD800) << 10) + (wide[i + 1] - 0xDC00);
+            i++;
         }
         size_t bytes = wcrtomb(text, character, &state);
         if (bytes == static_cast<size_t>(-1))

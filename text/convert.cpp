@@ -120,12 +120,45 @@ template <typename To, typename From> bool convert_whole(const From* source, std
     }
 }
 
+bool is_pair(const wchar_t* text) {
+    return text[0] >= 0xD800 && text[0] <= 0xDBFF && text[1] >= 0xDC00 && text[1] <= 0xDFFF;
+}
+
+bool has_pair(const wchar_t* text) {
+    for (; *text != L'\0'; ++text)
+        if (is_pair(text))
+            return true;
+    return false;
+}
+
+// Every pair as one character. Throws when memory is out.
+std::wstring combine_pairs(const wchar_t* text) {
+    std::wstring out;
+    for (; *text != L'\0'; ++text) {
+        if (is_pair(text)) {
+            out += static_cast<wchar_t>(0x10000 + ((text[0] - 0xD800) << 10) + (text[1] - 0xDC00));
+            ++text;
+        } else {
+            out += *text;
+        }
+    }
+    return out;
+}
+
 } // namespace
 
 namespace kalto {
 
 bool to_narrow(const wchar_t* wide, std::string& out) {
-    return convert_whole(wide, out);
+    if (wide == nullptr || !has_pair(wide))
+        return convert_whole(wide, out);
+    out.clear();
+    try {
+        return convert_whole(combine_pairs(wide).c_str(), out);
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        return false;
+    }
 }
 
 bool to_wide(const char* narrow, std::wstring& out) {

@@ -9,7 +9,9 @@ namespace kalto {
 
 // Each converts the whole text, whatever its length: nothing is ever cut. False when the text cannot be
 // expressed in the target form (errno is EILSEQ) or memory is out (ENOMEM); out is then empty. A null text
-// counts as an empty one. Never throws. Safe to call from any thread as long as no thread changes the locale.
+// counts as an empty one. A surrogate pair, which text from 16-bit systems brings along in two characters,
+// becomes the one character that it stands for; a surrogate alone cannot be expressed. Never throws. Safe to
+// call from any thread as long as no thread changes the locale.
 bool to_narrow(const wchar_t* wide, std::string& out);
 bool to_wide(const char* narrow, std::wstring& out);
 

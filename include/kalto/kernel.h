@@ -312,9 +312,6 @@ KALTO_API DWORD EnterCriticalSection(LPCRITICAL_SECTION lpCriticalSection);
 /* Gives the section back, whatever the number of enters and whoever owns it. */
 KALTO_API void LeaveCriticalSection(LPCRITICAL_SECTION lpCriticalSection);
 
-/* For ported source: there is nothing to delete. */
-#define DeleteCriticalSection(lpCriticalSection) ((void)(lpCriticalSection))
-
 /* ---- Interlocked operations ---- */
 
 /* Each is atomic against every other one, in the whole process, and wraps around at 32 bits. The target must
@@ -325,8 +322,6 @@ KALTO_API LONG InterlockedExchange(LONG volatile* Target, LONG Value);    /* ret
 KALTO_API LONG InterlockedExchangeAdd(LONG volatile* Addend, LONG Value); /* returns the old value */
 /* Stores newValue if the target equals oldValue; returns the target's value before. */
 KALTO_API LONG InterlockedTestExchange(LONG volatile* Target, LONG oldValue, LONG newValue);
-#define InterlockedCompareExchange(Target, newValue, oldValue)                                               \
-    InterlockedTestExchange((Target), (oldValue), (newValue))
 
 KALTO_END_DECLS
 

@@ -22,7 +22,7 @@
 #define _stdcall
 #endif
 #ifndef __forceinline
-#define __forceinline static __inline__ __attribute__((always_inline))
+#define __forceinline __inline__ __attribute__((always_inline))
 #endif
 #ifndef __unaligned
 #define __unaligned
