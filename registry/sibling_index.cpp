@@ -48,7 +48,8 @@ class SiblingIndex {
     }
 
     bool build();
-    bool serves(const CVurlNode* parent) const { return parent_ == parent && folding_ == folding_table(); }
+    bool is_over(const CVurlNode* parent) const { return parent_ == parent; }
+    bool is_current() const { return folding_ == folding_table(); }
     CVurlNode* match(const char* tag, const char* name) const;
     CVurlNode* place(const char* tag, const char* name);
     bool insert(CVurlNode* node);
@@ -230,16 +231,17 @@ SiblingIndex* existing_index(CVurlNode* parent) {
     if (number == 0 || number > g_indexCount)
         return nullptr;
     SiblingIndex* index = g_indices[number - 1];
-    if (index != nullptr && index->serves(parent))
+    if (index == nullptr || !index->is_over(parent))
+        return nullptr; // a number from before all indices were dropped
+    if (index->is_current())
         return index;
-    if (index != nullptr)
-        drop_index(parent);
+    drop_index(parent);
     return nullptr;
 }
 
 SiblingIndex* new_index(CVurlNode* parent) {
     if (g_indexCount == kMostIndices)
-        return nullptr;
+        drop_indices();
     if (g_indexCount == g_indexRoom) {
         const size_t room = g_indexRoom == 0 ? kFirstRoom : g_indexRoom * 2;
         if (!resize(g_indices, room))
