@@ -1,10 +1,24 @@
 #include "tests/xml/tree_text.h"
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <vector>
 
 namespace {
+
+char* g_log = nullptr; // what was written to the system's log
+size_t g_log_size = 0;
+
+std::string take_log() {
+    const std::string text(g_log == nullptr ? "" : g_log, g_log_size);
+    std::free(g_log);
+    g_log = nullptr;
+    g_log_size = 0;
+    return text;
+}
 
 std::vector<const CVurlNode*> free_nodes(const CVurlDOM& dom) {
     std::vector<const CVurlNode*> nodes;
@@ -21,6 +35,13 @@ size_t free_attributes(const CVurlDOM& dom) {
 }
 
 } // namespace
+
+// Stands for the C library's: the system's log is kept in memory.
+extern "C" FILE* fopen(const char* path, const char* mode) {
+    if (std::strcmp(path, "/var/log/messages") == 0 && std::strcmp(mode, "a+") == 0)
+        return open_memstream(&g_log, &g_log_size);
+    return reinterpret_cast<FILE* (*)(const char*, const char*)>(dlsym(RTLD_NEXT, "fopen"))(path, mode);
+}
 
 TEST(Pool, GrowsByHalf) {
     const struct {
@@ -118,7 +139,7 @@ TEST(Document, IsEmptyAfterFreeDOMWithNothingLeftOnAFreeList) {
         list.Add(&it);
     }
     EXPECT_NE(dom.m_pFreeListNodes, nullptr);
-    dom.FreeDOM(true);
+    dom.FreeDOM(false);
     EXPECT_EQ(dom.m_pFreeListNodes, nullptr);
     EXPECT_EQ(dom.m_pFreeNodes, nullptr);
     EXPECT_EQ(dom.m_pFreeAttributes, nullptr);
@@ -129,6 +150,19 @@ TEST(Document, IsEmptyAfterFreeDOMWithNothingLeftOnAFreeList) {
     EXPECT_EQ(dom.m_nError, 5u);
     EXPECT_EQ(dom.m_nNodeSize, sizeof(CVurlNode) + 8);
     EXPECT_STREQ(dom.CreateDOM("again"), "again");
+}
+
+TEST(Document, NotesWhatItReleasesInTheSystemsLog) {
+    CVurlDOM dom;
+    dom.FreeDOM(true);
+    EXPECT_EQ(take_log(), "Inside FreeDOM function\nExiting FreeDOM Function\n");
+    ASSERT_EQ(dom.ReadDoc("<r/>"), 1);
+    dom.WriteDoc(nullptr, 0);
+    dom.FreeDOM(true);
+    EXPECT_EQ(take_log(), "Inside FreeDOM function\nDeleting String Pool\nDeleting Object Pool\n"
+                          "Deleting Doc Buffer\nExiting FreeDOM Function\n");
+    dom.FreeDOM(false);
+    EXPECT_EQ(take_log(), "");
 }
 
 TEST(Document, CopiesAcrossDocumentsAndSharesStringsWithinOne) {
