@@ -1,14 +1,17 @@
-// What happens when memory runs out: this program fails one allocation after the other.
+// What happens when memory runs out: this program fails one allocation after the other and counts what stays
+// allocated.
 #include "tests/xml/tree_text.h"
 #include <cerrno>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <memory>
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they bring an allocator of their own
 
 namespace {
 
 long g_until_failure = -1; // allocations to go until one fails; -1: none fails
+long g_blocks = 0;         // allocated and not freed
 
 // Fails allocation n (from 0) of the call; whether it got that far.
 template <class Call> bool fails_at(long n, Call call) {
@@ -16,8 +19,28 @@ template <class Call> bool fails_at(long n, Call call) {
     call();
     const bool failed = g_until_failure < 0;
     g_until_failure = -1;
-    EXPECT_LT(n, 1000) << "never succeeds";
-    return failed && n < 1000;
+    EXPECT_LT(n, 5000) << "never succeeds";
+    return failed && n < 5000;
+}
+
+bool fails() {
+    if (g_until_failure < 0 || g_until_failure-- != 0)
+        return false;
+    errno = ENOMEM;
+    return true;
+}
+
+void* counted(void* block) {
+    g_blocks += block != nullptr;
+    return block;
+}
+
+// The memory that the document does not hold as a block of records.
+long other_blocks(const CVurlDOM& dom) {
+    long count = g_blocks;
+    for (const CVurlMemPool* pool = dom.m_pObjectPool; pool != nullptr; pool = pool->pNext)
+        --count;
+    return count;
 }
 
 size_t free_node_count(const CVurlDOM& dom) {
@@ -35,6 +58,7 @@ void exhaust(CVurlDOM* dom) {
     }
     dom->m_pFreeNodes = nullptr;
     dom->m_pFreeAttributes = nullptr;
+    dom->m_pFreeListNodes = nullptr;
 }
 
 std::string many_elements() {
@@ -46,13 +70,30 @@ std::string many_elements() {
 
 } // namespace
 
-extern "C" void* __libc_malloc(size_t size);
-extern "C" void* malloc(size_t size) {
-    if (g_until_failure >= 0 && g_until_failure-- == 0) {
-        errno = ENOMEM;
+extern "C" {
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* block, size_t size);
+void __libc_free(void* block);
+
+void* malloc(size_t size) {
+    return fails() ? nullptr : counted(__libc_malloc(size));
+}
+
+void* calloc(size_t count, size_t size) {
+    return fails() ? nullptr : counted(__libc_calloc(count, size));
+}
+
+void* realloc(void* block, size_t size) {
+    if (fails())
         return nullptr;
-    }
-    return __libc_malloc(size);
+    return block ? __libc_realloc(block, size) : counted(__libc_realloc(nullptr, size));
+}
+
+void free(void* block) {
+    g_blocks -= block != nullptr;
+    __libc_free(block);
+}
 }
 
 TEST(OutOfMemory, ReadingSucceedsOrEndsWithTheMemoryError) {
@@ -156,6 +197,34 @@ TEST(OutOfMemory, AListTakesAllOrReportsIt) {
             list.Add(&it);
         while (it.ToNextElement() != 0);
         EXPECT_EQ(list.m_nCount, 100u) << "duplicates are found with and without the index";
+    }
+}
+
+TEST(OutOfMemory, ASelectionIsWholeOrEndsWithTheErrorAndLeavesNothingBehind) {
+    std::string text = "<r>";
+    for (int i = 0; i < 300; ++i)
+        text += "<a x='1'><a><a><a><a><a><b>t</b></a></a></a></a></a></a>";
+    text += "</r>";
+    for (const char* expression : {"a", "//b", "a/a[b='t']", "//a[@x != '1']",
+                                   "/a/a/a/a/a/a/b/../../../../../../../../..", "//a//a//a//b"}) {
+        CVurlDOM dom;
+        ASSERT_EQ(dom.ReadDoc(text.c_str()), 1);
+        const std::unique_ptr<CVurlElementList> whole(CVurlElement(&dom).selectNodes(expression));
+        int losses = 0;
+        bool failed = true;
+        for (long n = 0; failed; n += 1 + n / 8) { // not each of hundreds of results
+            exhaust(&dom);
+            CVurlElement context(&dom);
+            const long before = other_blocks(dom);
+            CVurlElementList* list = nullptr;
+            failed = fails_at(n, [&] { list = context.selectNodes(expression); });
+            EXPECT_EQ(dom.m_nXPathError, list == nullptr ? 3u : whole->m_nCount == 0 ? 4u : 0u) << n;
+            EXPECT_TRUE(list == nullptr || list->m_nCount == whole->m_nCount) << expression << n;
+            losses += list == nullptr;
+            delete list;
+            EXPECT_EQ(other_blocks(dom), before) << expression << n;
+        }
+        EXPECT_GT(losses, 5) << expression;
     }
 }
 #endif
