@@ -33,6 +33,13 @@ typedef wint_t _TINT;
 
 /* Files. */
 #define _tfopen _wfopen
+#define _tremove _wremove
+#define _trename _wrename
+#define _tunlink _wunlink
+#define _taccess _waccess
+#define _tmkdir _wmkdir
+#define _trmdir _wrmdir
+#define _tchdir _wchdir
 
 /* Numbers. */
 #define _ttoi _wtoi

@@ -452,6 +452,16 @@ KALTO_API int _vsnprintf(char* buffer, size_t count, const char* format, va_list
 KALTO_API int _snwprintf(WCHAR* buffer, size_t count, const WCHAR* format, ...);
 KALTO_API int _vsnwprintf(WCHAR* buffer, size_t count, const WCHAR* format, va_list arguments);
 
+/* The C library's calls of these names, for wide paths with either separator: 0, or -1 with errno, EILSEQ for
+ * a name that the locale cannot express. A null path is refused with -1. May block. */
+KALTO_API int _wremove(const WCHAR* path);
+KALTO_API int _wunlink(const WCHAR* path);
+KALTO_API int _wrmdir(const WCHAR* path);
+KALTO_API int _wchdir(const WCHAR* path);
+KALTO_API int _wmkdir(const WCHAR* path);
+KALTO_API int _waccess(const WCHAR* path, int mode);
+KALTO_API int _wrename(const WCHAR* from, const WCHAR* to);
+
 /* Behind _tprintf and its family of <tchar.h>. Formats follow the wide family of <kalto/text.h>, so that %s
  * takes wide text. The text goes through the stream in the encoding of the locale, and printf may be used on
  * the same stream. Return the characters written, or -1 for what cannot be formatted, expressed or written.

@@ -56,4 +56,32 @@ for linker in --as-needed --no-as-needed; do
     "${emulator[@]}" "$work/own_main" || status=$?
     [ "$status" -eq 13 ] || { echo "own_main ended with $status"; exit 1; }
 done
+
+# Ported source with the flags of its own package, in every way.
+check_ported() { # program
+    output=$("${emulator[@]}" "$1" one two) && [[ "$output" == "one two: 0 of "* ]] || {
+        echo "$1 printed \"$output\""
+        exit 1
+    }
+}
+mkdir "$work/ported"
+cp "$here/../porting/ported_source.c" "$work/ported/ported.c"
+cat >"$work/ported/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.21)
+project(Ported LANGUAGES C CXX)
+find_package(Kalto 1 REQUIRED)
+add_executable(ported ported.c)
+target_link_libraries(ported PRIVATE Kalto::porting)
+END
+attempt "$cmake" -S "$work/ported" -B "$work/ported/build" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+    -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DKalto_DIR="$prefix/$libdir/cmake/Kalto"
+attempt "$cmake" --build "$work/ported/build"
+check_ported "$work/ported/build/ported"
+read -ra compile < <(pkg-config --cflags kalto-porting)
+read -ra libraries < <(pkg-config --libs kalto-porting)
+attempt "$cc" "${compile[@]}" "$work/ported/ported.c" -o "$work/ported/c" "${libraries[@]}" -Wl,-rpath,"$prefix/$libdir"
+check_ported "$work/ported/c"
+attempt "$cxx" -x c++ "${compile[@]}" "$work/ported/ported.c" -x none -o "$work/ported/c++" "${libraries[@]}" \
+    -Wl,-rpath,"$prefix/$libdir"
+check_ported "$work/ported/c++"
 echo "find_package, pkg-config, C++ and C: applications build and run"

@@ -62,7 +62,7 @@ TEST(VirtualMemory, RefusesWhatItCannotDo) {
         {1, MEM_COMMIT | 1, PAGE_READWRITE, ERROR_INVALID_PARAMETER},
         {1, MEM_COMMIT, 0, ERROR_INVALID_PARAMETER},
         {SIZE_MAX, MEM_COMMIT, PAGE_READWRITE, ERROR_NOT_ENOUGH_MEMORY},
-        {SIZE_MAX / 2, MEM_COMMIT, PAGE_READWRITE, ERROR_NOT_ENOUGH_MEMORY},
+        {SIZE_MAX - 0x10000, MEM_COMMIT, PAGE_READWRITE, ERROR_NOT_ENOUGH_MEMORY},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(nullptr, VirtualAlloc(nullptr, c.size, c.type, c.protect));

@@ -91,6 +91,17 @@ TEST(Directories, ComeWithBackslashes) {
     EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError());
 }
 
+TEST(WidePaths, TakeEitherSeparator) {
+    ASSERT_TRUE(SetCurrentDirectory(L"/tmp"));
+    const std::wstring name = L".\\kalto_porting_" + std::to_wstring(GetCurrentProcessId());
+    ASSERT_EQ(0, _tmkdir(name.c_str()));
+    EXPECT_EQ(0, _trename(name.c_str(), (name + L"_").c_str()));
+    EXPECT_EQ(-1, _taccess(name.c_str(), 0));
+    EXPECT_EQ(0, _tremove((name + L"_").c_str()));
+    EXPECT_EQ(-1, _trmdir((name + L"_").c_str()));
+    EXPECT_EQ(-1, _tunlink(nullptr));
+}
+
 TEST(Case, ConvertsTextsCountsAndSingleCharacters) {
     wchar_t text[] = L"MiXed";
     EXPECT_STREQ(L"mixed", CharLower(text));
