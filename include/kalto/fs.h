@@ -176,7 +176,7 @@ typedef struct _BY_HANDLE_FILE_INFORMATION {
 
 /* Stores what is known of an open file; of a file that the system does not answer for, zeros. TRUE unless an
  * argument is refused. Differs from Windows: the creation time is the one of the last write; each time is
- * later than the file's by a hundred-thousandth of a second for each second since 1970 divided by a hundred;
+ * later than the file's by 100 nanoseconds for every 100 seconds since 1970 (about two seconds today);
  * nFileSizeHigh is 0. */
 KALTO_API BOOL WINAPI GetFileInformationByHandle(HANDLE hFile,
                                                  LPBY_HANDLE_FILE_INFORMATION lpFileInformation);

@@ -190,7 +190,7 @@ KALTO_API BOOL GetExitCodeThread(HANDLE hThread, LPDWORD lpExitCode);
 KALTO_API int GetThreadPriority(HANDLE hThread);
 KALTO_API BOOL SetThreadPriority(HANDLE hThread, int nPriority);
 
-/* Null, as a pseudo handle that no call accepts. */
+/* Null, as a pseudo handle. Of the calls here none accepts it; GetThreadId and GetThreadTimes do. */
 KALTO_API HANDLE GetCurrentThread(void);
 /* The calling thread's id (pthread_self, cut to 32 bits), and the process's. */
 KALTO_API DWORD GetCurrentThreadId(void);
@@ -293,7 +293,7 @@ KALTO_API BOOL GetSystemMemoryDivision(LPDWORD lpdwStorePages, LPDWORD lpdwRamPa
 
 /* ---- Critical sections ---- */
 
-/* A lock inside one process. Initialise it before use; there is nothing to delete. Differs from Windows: a
+/* A lock inside one process. Initialise it before use; it holds nothing to delete. Differs from Windows: a
  * section that was entered twice by its thread is free after the first leave, and the second leave lets one
  * more thread in. So enter once. */
 typedef struct _RTL_CRITICAL_SECTION {
