@@ -1,7 +1,8 @@
 // What happens when memory runs out: one allocation after the other fails, each once.
-#include "scratch.h"
+#include "tests/scratch.h"
 
 #include <functional>
+#include <kalto/kernel.h>
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they bring an allocator of their own
 
@@ -39,9 +40,9 @@ int lowest_free_descriptor() {
 // Every call succeeds or gives its failure value, and keeps no descriptor; with memory again it succeeds.
 TEST(OutOfMemory, IsTheDescribedFailure) {
     const Scratch scratch;
-    scratch.file("f");
-    const std::wstring root = scratch.wide(), path = scratch.wide(L"f"), pattern = scratch.wide(L"*"),
-                       missing = scratch.wide(L"missing");
+    scratch.put("f");
+    const std::wstring root = scratch.wide(), path = scratch.wide("f");
+    const std::wstring pattern = scratch.wide("*"), missing = scratch.wide("missing");
     const std::function<bool()> calls[] = {
         [&] { return GetFileAttributes(path.c_str()) != INVALID_FILE_ATTRIBUTES; },
         [&] { return SetFileAttributes(path.c_str(), 0) != FALSE; },
