@@ -1,5 +1,3 @@
 // A program that forgot its WinMain.
-int answer();
-int answer() {
-    return 42;
-}
+extern const int answer;
+const int answer = 42;

@@ -15,43 +15,22 @@ extern "C" void* __wrap_calloc(size_t count, size_t size) {
     return fails ? nullptr : __real_calloc(count, size);
 }
 
-static bool record(std::vector<std::string> words) {
-    std::vector<char*> argv;
-    for (std::string& word : words)
-        argv.push_back(&word[0]);
-    return kalto::record_command_line(static_cast<int>(argv.size()), argv.data());
+static bool record_with_fault(int call) {
+    static char words[][8] = {"program", "a", "b"};
+    static char* argv[] = {words[0], words[1], words[2], nullptr};
+    calls_until_failure = call;
+    return kalto::record_command_line(3, argv);
 }
 
 TEST(OutOfMemory, MainGivesUpBeforeTheApplicationStarts) {
     for (int call = 1; call <= 3; call++) { // narrow line, vector, executable path
-        calls_until_failure = call;
-        EXPECT_FALSE(record({"program", "a"})) << call;
+        EXPECT_FALSE(record_with_fault(call)) << call;
         kalto::release_narrow_command_line();
     }
 }
 
-TEST(OutOfMemory, AnArgumentThatDoesNotFitIsMissingFromTheVectorAlone) {
-    CommandLineToArgvW(nullptr,
-                       nullptr); // the path is there, so that the third block is the first argument's
-    calls_until_failure = 3;
-    EXPECT_TRUE(record({"program", "a", "b"}));
-    int count = 0;
-    LPWSTR* vector = CommandLineToArgvW(L"x", &count);
-    EXPECT_EQ(count, 3);
-    EXPECT_EQ(vector[1], nullptr);
-    EXPECT_EQ(vector[2][0], L'b');
-    EXPECT_STREQ(GetCommandLineA(), "a b");
-}
-
-TEST(OutOfMemory, TheWideCommandLineIsTriedAgain) {
+TEST(OutOfMemory, TheExecutablesPathAndTheWideLineAreTriedAgainAndAnArgumentIsMissingAlone) {
     EXPECT_STREQ(GetCommandLineW(), L"") << "nothing is kept before main has run";
-    ASSERT_TRUE(record({"program", "a", "b"}));
-    calls_until_failure = 1;
-    EXPECT_EQ(GetCommandLineW(), nullptr);
-    EXPECT_STREQ(GetCommandLineW(), L"a b");
-}
-
-TEST(OutOfMemory, TheExecutablesPathIsTriedAgain) {
     int count = 7;
     calls_until_failure = 1;
     errno = 0;
@@ -60,6 +39,16 @@ TEST(OutOfMemory, TheExecutablesPathIsTriedAgain) {
     EXPECT_EQ(count, 7);
     EXPECT_NE(CommandLineToArgvW(nullptr, &count), nullptr);
     EXPECT_EQ(count, 1);
+
+    EXPECT_TRUE(record_with_fault(3)); // the path is there, so that the third block is the first argument's
+    LPWSTR* vector = CommandLineToArgvW(L"x", &count);
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(vector[1], nullptr);
+    EXPECT_EQ(vector[2][0], L'b');
+    EXPECT_STREQ(GetCommandLineA(), "a b");
+    calls_until_failure = 1;
+    EXPECT_EQ(GetCommandLineW(), nullptr);
+    EXPECT_STREQ(GetCommandLineW(), L"a b");
 }
 
 TEST(OutOfMemory, RaisingAnExceptionEndsTheProcess) {

@@ -50,16 +50,16 @@ static void write_to_nowhere() {
     *nowhere = 1;
 }
 
-static void crash_together() {
+// Faults on so many threads at once.
+static void write_to_nowhere_on(unsigned count) {
     pthread_barrier_t start;
-    pthread_barrier_init(&start, nullptr, 8);
-    auto crash = [&start] {
-        pthread_barrier_wait(&start);
-        write_to_nowhere();
-    };
+    pthread_barrier_init(&start, nullptr, count);
     std::vector<std::thread> threads;
-    for (int i = 0; i < 8; i++)
-        threads.emplace_back(crash);
+    for (unsigned i = 0; i < count; i++)
+        threads.emplace_back([&start] {
+            pthread_barrier_wait(&start);
+            write_to_nowhere();
+        });
     for (std::thread& thread : threads)
         thread.join();
 }
@@ -81,49 +81,46 @@ static void survive() {
     }
 }
 
-static void crash() {
-    if (mode == "survive")
-        survive();
-    if (mode == "write" || mode == "walk" || mode == "fault-in-report" || mode == "stuck-report")
-        write_to_nowhere();
-    if (mode == "read-only")
-        *const_cast<volatile char*>("text") = 'x';
-    if (mode == "abort")
-        abort();
-    if (mode == "overflow")
-        overflow(nullptr);
-    if (mode == "thread")
-        std::thread(write_to_nowhere).join();
-    if (mode == "overflow-on-thread")
-        overflow_on_thread();
-    if (mode == "together")
-        crash_together();
-    if (mode == "uncaught")
-        RaiseException(1, 0, 0, nullptr);
-}
+static const struct {
+    const char* mode;
+    void (*run)();
+} kModes[] = {
+    {"survive", survive},
+    {"write", write_to_nowhere},
+    {"walk", write_to_nowhere},
+    {"fault-in-report", write_to_nowhere},
+    {"stuck-report", write_to_nowhere},
+    {"read-only", [] { *const_cast<volatile char*>("text") = 'x'; }},
+    {"abort", abort},
+    {"overflow", [] { overflow(nullptr); }},
+    {"thread", [] { write_to_nowhere_on(1); }},
+    {"overflow-on-thread", overflow_on_thread},
+    {"together", [] { write_to_nowhere_on(8); }},
+    {"uncaught", [] { RaiseException(1, 0, 0, nullptr); }},
+};
 
-// One fact a line. The elements of the vector carry no terminator, so each is printed to the length of the
-// argument.
+// One fact a line. The elements of the vector carry no terminator, so the last is printed to the length that
+// the tests give it.
 static void print_command_line(LPWSTR lpCmdLine) {
     int count = 0;
     LPWSTR* vector = CommandLineToArgvW(L"any text", &count);
     int path_count = 0;
     LPWSTR* path = CommandLineToArgvW(nullptr, &path_count);
     LPWSTR* path_again = CommandLineToArgvW(L"", nullptr);
-    printf("narrow [%s]\n", GetCommandLineA());
-    printf("wide [%ls]\n", lpCmdLine);
-    printf("same %d\n", lpCmdLine == GetCommandLine() && vector == CommandLineToArgvW(L"x", nullptr));
-    printf("count %d\n", count);
     printf("path %d %d\n", path_count, path == path_again && path[0] == vector[0] && path[0][0] == L'/');
     printf("executable [%ls]\n", path[0]);
-    if (count > 2)
-        printf("element [%.3ls]\n", vector[2]);
+    printf("same %d\n", lpCmdLine == GetCommandLine() && vector == CommandLineToArgvW(L"x", nullptr));
+    printf("narrow [%s]\nwide [%ls]\ncount %d\n", GetCommandLineA(), lpCmdLine, count);
+    if (count > 1)
+        printf("last [%.3ls]\n", vector[count - 1]);
 }
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR lpCmdLine, int show) {
     mode = GetCommandLineA();
     mode = mode.substr(0, mode.find(' '));
-    crash();
+    for (const auto& known : kModes)
+        if (mode == known.mode)
+            known.run();
     if (mode == "status")
         return atoi(GetCommandLineA() + 7);
     print_command_line(lpCmdLine);
