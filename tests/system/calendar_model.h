@@ -1,4 +1,4 @@
-// A model of the calendar that shares nothing with the C library: it counts leap years, and searches.
+// Moments by a calendar of the tests' own, and time zones by rule.
 #ifndef TESTS_SYSTEM_CALENDAR_MODEL_H
 #define TESTS_SYSTEM_CALENDAR_MODEL_H
 
@@ -7,67 +7,43 @@
 #include <ctime>
 #include <kalto/system.h>
 #include <limits>
+#include <random>
 #include <string>
 
 namespace calendar_model {
 
 using Seconds = std::int64_t; // since 1970-01-01 00:00:00
 
+inline std::int64_t days_before(int year, int month) { // from a Sunday long ago to the first of a month
+    static const int before[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+    const std::int64_t leap_year = month > 2 ? year : year - 1; // the last year whose 29 February is past
+    return 365 * std::int64_t{year} + leap_year / 4 - leap_year / 100 + leap_year / 400 + before[month - 1];
+}
+
+// A moment in both of its forms; the day is at most the 28th.
 struct Moment {
-    int year, month, day, hour, minute, second, weekday, day_of_year;
+    SYSTEMTIME parts;
+    Seconds seconds;
+    WORD day_of_year;
 };
 
-inline bool is_leap(int year) {
-    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+inline Moment moment(const SYSTEMTIME& given) {
+    Moment result = {given, 0, 0};
+    const std::int64_t days = days_before(given.wYear, given.wMonth) + given.wDay - 1;
+    result.parts.wDayOfWeek = static_cast<WORD>(days % 7);
+    result.day_of_year = static_cast<WORD>(days - days_before(given.wYear, 1));
+    result.seconds =
+        (days - days_before(1970, 1)) * 86400 + given.wHour * 3600 + given.wMinute * 60 + given.wSecond;
+    return result;
 }
 
-// Days from 0000-01-01 to the first of a year; years from 0 on.
-inline std::int64_t days_before_year(std::int64_t year) {
-    const std::int64_t last = year - 1;
-    return year == 0 ? 0 : 366 + last * 365 + last / 4 - last / 100 + last / 400;
-}
-
-inline int days_of_month(int year, int month) {
-    static const int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return days[month - 1] + (month == 2 && is_leap(year) ? 1 : 0);
-}
-
-inline Seconds seconds_of(int year, int month, int day, int hour, int minute, int second) {
-    std::int64_t days = days_before_year(year) - days_before_year(1970) + day - 1;
-    for (int m = 1; m < month; ++m)
-        days += days_of_month(year, m);
-    return days * 86400 + hour * 3600 + minute * 60 + second;
-}
-
-inline Moment moment_of(Seconds seconds) {
-    std::int64_t days = seconds / 86400, rest = seconds % 86400;
-    if (rest < 0) {
-        --days;
-        rest += 86400;
-    }
-    days += days_before_year(1970);
-    int low = 0, high = 70000; // low's first day is not after the day, high's is
-    while (high - low > 1) {
-        const int middle = (low + high) / 2;
-        (days_before_year(middle) <= days ? low : high) = middle;
-    }
-    Moment moment = {low, 1, 0, 0, 0, 0, static_cast<int>((days + 6) % 7), 0};
-    auto left = static_cast<int>(days - days_before_year(low));
-    moment.day_of_year = left;
-    for (; left >= days_of_month(low, moment.month); ++moment.month)
-        left -= days_of_month(low, moment.month);
-    moment.day = left + 1;
-    moment.hour = static_cast<int>(rest / 3600);
-    moment.minute = static_cast<int>(rest / 60 % 60);
-    moment.second = static_cast<int>(rest % 60);
-    return moment;
-}
-
-inline SYSTEMTIME system_time(Seconds seconds, int milliseconds) {
-    const Moment m = moment_of(seconds);
-    const auto word = [](int value) { return static_cast<WORD>(value); };
-    return {word(m.year), word(m.month),  word(m.weekday), word(m.day),
-            word(m.hour), word(m.minute), word(m.second),  word(milliseconds)};
+// Half of the moments are in the years that a 32-bit time_t holds.
+inline Moment random_moment(std::mt19937_64& random, unsigned first_year, unsigned last_year) {
+    const auto word = [&](unsigned from, unsigned to) {
+        return static_cast<WORD>(from + random() % (to - from + 1));
+    };
+    const WORD year = random() % 2 == 0 ? word(1902, 2037) : word(first_year, last_year);
+    return moment({year, word(1, 12), 0, word(1, 28), word(0, 23), word(0, 59), word(0, 59), word(0, 999)});
 }
 
 inline bool fits_time_t(Seconds seconds) {
@@ -89,7 +65,11 @@ inline FILETIME file_time(std::uint64_t value) {
     return {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
 }
 
-// Time zones by rule, so that no zone database is needed: Central Europe, India, New York, and UTC itself.
+inline bool same(const SYSTEMTIME& a, const SYSTEMTIME& b) {
+    return memcmp(&a, &b, sizeof a) == 0;
+}
+
+// Without a zone database: Central Europe, India, New York, and UTC itself.
 inline const char* const kZones[] = {"CET-1CEST,M3.5.0,M10.5.0/3", "IST-5:30", "EST5EDT,M3.2.0,M11.1.0",
                                      "UTC0"};
 
@@ -107,25 +87,16 @@ class ScopedZone {
     }
 };
 
-// What the zone's clocks are ahead of UTC at a moment: the rules again, worked out by the model.
-inline Seconds nth_sunday(int year, int month, int nth) { // the first day of it; nth 5 is the last one
-    const int count = days_of_month(year, month);
-    int day = nth == 5 ? count - 6 : (nth - 1) * 7 + 1;
-    while (moment_of(seconds_of(year, month, day, 0, 0, 0)).weekday != 0)
-        ++day;
-    return seconds_of(year, month, day, 0, 0, 0);
-}
+// What the zone's clocks are ahead of UTC at a moment, and how much of that is summer time.
+struct Offset {
+    Seconds ahead, summer;
+};
 
-inline Seconds standard_offset(std::size_t zone) {
-    static const Seconds offsets[] = {3600, 19800, -18000, 0};
-    return offsets[zone];
-}
-
-inline bool is_daylight(std::size_t zone, Seconds utc) {
-    const int year = moment_of(utc).year;
-    if (zone == 0)
-        return utc >= nth_sunday(year, 3, 5) + 3600 && utc < nth_sunday(year, 10, 5) + 3600;
-    return zone == 2 && utc >= nth_sunday(year, 3, 2) + 7 * 3600 && utc < nth_sunday(year, 11, 1) + 6 * 3600;
+inline Offset offset_at(Seconds utc) {
+    const auto seconds = static_cast<std::time_t>(utc);
+    std::tm parts = {};
+    localtime_r(&seconds, &parts);
+    return {parts.tm_gmtoff, parts.tm_isdst > 0 ? 3600 : 0};
 }
 
 } // namespace calendar_model

@@ -11,18 +11,16 @@ constexpr char kSerial[] = "QRD_NVPARM_SERIAL_NUM";
 constexpr wchar_t kKey[] = L"SOFTWARE\\Velmoran\\NVPARM";
 constexpr DWORD kUntouched = 4711;
 
-void store(const std::wstring& text) {
+void store(DWORD type, const void* data, size_t size) {
     const HKEY key = create_key(kKey);
-    ASSERT_EQ(set_string(key, L"QRD_NVPARM_SERIAL_NUM", text.c_str()), 0);
+    ASSERT_EQ(RegSetValueEx(key, L"QRD_NVPARM_SERIAL_NUM", 0, type, static_cast<const BYTE*>(data),
+                            static_cast<DWORD>(size)),
+              0);
     RegCloseKey(key);
 }
 
-void store(DWORD type, const std::vector<BYTE>& data) {
-    const HKEY key = create_key(kKey);
-    ASSERT_EQ(
-        RegSetValueEx(key, L"QRD_NVPARM_SERIAL_NUM", 0, type, data.data(), static_cast<DWORD>(data.size())),
-        0);
-    RegCloseKey(key);
+void store(const std::wstring& text) {
+    store(REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
 }
 
 struct Answer {
@@ -70,16 +68,14 @@ TEST_F(DeviceParameters, AreSelectedByTheFirstNonzeroOfTwoBytes) {
     setenv(kSerial, "serial", 1);
     setenv("QRD_NVPARM_MCODE", "mcode", 1);
     setenv("QRD_NVPARM_MANU_FLAGS", "flags", 1);
-    struct Case {
+    const struct {
         std::vector<BYTE> in;
         const char* text; // null: no parameter is selected
+    } cases[] = {
+        {{2}, "serial"}, {{10, 2}, "mcode"}, {{0, 39, 2}, "flags"},
+        {{7}, nullptr},  {{11, 2}, nullptr}, {{0, 0, 2, 0}, nullptr},
     };
-    const Case cases[] = {
-        {{2}, "serial"},    {{10, 2}, "mcode"},    {{39, 0}, "flags"},
-        {{0, 10}, "mcode"}, {{0, 39, 2}, "flags"}, {{7}, nullptr},
-        {{0, 0}, nullptr},  {{11, 2}, nullptr},    {{0, 0, 2, 0}, nullptr},
-    };
-    for (const Case& item : cases) {
+    for (const auto& item : cases) {
         const Answer answer = ask(item.in, 12);
         EXPECT_EQ(answer.result, 1);
         if (item.text != nullptr) {
@@ -101,19 +97,18 @@ TEST_F(DeviceParameters, AreSelectedByTheFirstNonzeroOfTwoBytes) {
 TEST_F(DeviceParameters, OfTheEnvironmentNeedRoomForTheirTerminatorButDoNotCountIt) {
     setenv(kSerial, "12345", 1);
     store(L"in the registry");
-    struct Case {
+    const struct {
         DWORD room;
         BOOL result;
         std::string buffer;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {16, 1, terminated("12345", 15, '0') + '\0'},
         {6, 1, terminated("12345", 6, '0')},
         {5, 0, terminated("0000", 5, '0')},
         {1, 0, std::string(1, '\0')},
         {0, 0, ""},
     };
-    for (const Case& item : cases) {
+    for (const auto& item : cases) {
         const Answer answer = ask({2}, item.room);
         EXPECT_EQ(answer.result, item.result) << item.room;
         EXPECT_EQ(answer.buffer, item.buffer) << item.room;
@@ -151,27 +146,20 @@ TEST_F(DeviceParameters, OfTheRegistryCountTheirTerminatorAndSucceedWhereTheyDoN
     EXPECT_EQ(size, 0u);
 }
 
-TEST_F(DeviceParameters, OfTheRegistryHave49CharactersAtMost) {
+TEST_F(DeviceParameters, OfTheRegistryHave49CharactersAtMostAndEndWhereTheirDataEnds) {
+    const std::string room(400, '#');
     store(std::wstring(49, L'x'));
-    EXPECT_EQ(get(kSerial, std::string(200, '#')).buffer, terminated(std::string(49, 'x'), 200, '#'));
+    EXPECT_EQ(get(kSerial, room).buffer, terminated(std::string(49, 'x'), 400, '#'));
+    store(REG_BINARY, std::wstring(50, L'A').data(), 200); // as long as can be read, without a terminator
+    EXPECT_EQ(get(kSerial, room).buffer, terminated(std::string(50, 'A'), 400, '#'));
+    const auto refused = [&] {
+        const Answer answer = get(kSerial, room);
+        return answer.result == 0 && answer.size == 0 && answer.buffer == room;
+    };
     store(std::wstring(50, L'x'));
-    const Answer answer = get(kSerial, std::string(400, '#'));
-    EXPECT_EQ(answer.result, 0);
-    EXPECT_EQ(answer.size, 0u);
-    EXPECT_EQ(answer.buffer, std::string(400, '#'));
-}
-
-TEST_F(DeviceParameters, OfOtherTypesEndWhereTheirDataEnds) {
-    std::vector<BYTE> letters(200, 0);
-    for (size_t i = 0; i < letters.size(); i += 4) {
-        letters[i] = 'A';
-    }
-    store(REG_BINARY, letters); // as long as can be read, without a terminator
-    EXPECT_EQ(get(kSerial, std::string(200, '#')).buffer, terminated(std::string(50, 'A'), 200, '#'));
-    store(REG_DWORD, {0xFF, 0xFF, 0xFF, 0xFF}); // no character in any encoding
-    const Answer answer = get(kSerial, std::string(200, '#'));
-    EXPECT_EQ(answer.result, 0);
-    EXPECT_EQ(answer.size, 0u);
+    EXPECT_TRUE(refused());
+    store(REG_DWORD, "\xFF\xFF\xFF\xFF", 4); // no character in any encoding
+    EXPECT_TRUE(refused());
 }
 
 TEST_F(DeviceParameters, ThatAreMissingFailAndTheirKeyIsMadeAndClosed) {

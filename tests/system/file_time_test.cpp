@@ -1,47 +1,36 @@
-// FILETIME, SYSTEMTIME and time_t, against a calendar model of their own and over the whole range of time_t.
+// FILETIME, SYSTEMTIME and time_t, against a calendar of the tests' own and over the whole range of time_t.
 #include "calendar_model.h"
 
 #include <gtest/gtest.h>
-#include <random>
 
 using namespace calendar_model;
 
 namespace {
 
-constexpr int kRounds = 20000;
-
-// All of a FILETIME's range, and half of the time the part that a 32-bit time_t holds.
-Seconds random_second(std::mt19937_64& random) {
-    if (random() % 2 == 0)
-        return static_cast<std::int32_t>(random());
-    return static_cast<Seconds>(random() / 10000000) - 11644473600;
-}
-
 TEST(FileTime, MatchesTheModelInBothDirections) {
     std::mt19937_64 random(1601);
-    for (int round = 0; round < kRounds; ++round) {
-        const Seconds seconds = random_second(random);
-        const int ms = static_cast<int>(random() % 1000);
-        const FILETIME given =
-            file_time(ticks(seconds, ms) + random() % 10000); // below a millisecond: dropped
+    for (int round = 0; round < 4000; ++round) {
+        const Moment given = random_moment(random, 1601, 30000);
+        const Seconds seconds = given.seconds;
+        const auto exact = ticks(seconds, given.parts.wMilliseconds);
+        const FILETIME file = file_time(exact + random() % 10000); // below a millisecond: dropped
         SYSTEMTIME parts = {};
         FILETIME back = {};
         LARGE_INTEGER unsigned_seconds = {};
         // Cut to 32 bits on every target.
-        const auto low_half = static_cast<std::int32_t>(seconds);
-        ASSERT_EQ(FileTimeToTimeT(given.dwLowDateTime, given.dwHighDateTime), low_half) << seconds;
+        ASSERT_EQ(FileTimeToTimeT(file.dwLowDateTime, file.dwHighDateTime),
+                  static_cast<std::int32_t>(seconds));
         RtlSecondsSince1970ToTime(static_cast<DWORD>(seconds), &unsigned_seconds);
         ASSERT_EQ(unsigned_seconds.QuadPart, static_cast<LONGLONG>(ticks(static_cast<DWORD>(seconds))));
-        ASSERT_EQ(FileTimeToSystemTime(&given, &parts), fits_time_t(seconds)) << seconds;
+        ASSERT_EQ(FileTimeToSystemTime(&file, &parts), fits_time_t(seconds)) << seconds;
         if (!fits_time_t(seconds))
             continue;
         ASSERT_EQ(TimeTToFileTime(&back, static_cast<time_t>(seconds)), &back);
         ASSERT_EQ(ticks(back), ticks(seconds));
-        const SYSTEMTIME expected = system_time(seconds, ms);
-        ASSERT_EQ(memcmp(&parts, &expected, sizeof parts), 0) << seconds;
+        ASSERT_TRUE(same(parts, given.parts)) << seconds;
         parts.wDayOfWeek = 77; // ignored
         ASSERT_TRUE(SystemTimeToFileTime(&parts, &back)) << seconds;
-        ASSERT_EQ(ticks(back), ticks(seconds, ms)) << seconds;
+        ASSERT_EQ(ticks(back), exact);
     }
 }
 
@@ -50,11 +39,10 @@ TEST(FileTime, UncheckedFieldsCarryOver) {
         SYSTEMTIME given;
         std::uint64_t expected;
     } cases[] = {
-        {{1970, 1, 0, 1, 0, 0, 0, 1}, 116444736000010000},
         {{1969, 12, 0, 31, 23, 59, 59, 0}, 116444735990000000}, // time_t -1 is no failure
-        {{2025, 13, 0, 1, 0, 0, 0, 0}, ticks(seconds_of(2026, 1, 1, 0, 0, 0))},
-        {{2026, 3, 0, 0, 0, 0, 0, 0}, ticks(seconds_of(2026, 2, 28, 0, 0, 0))},
-        {{2026, 0, 0, 1, 25, 61, 61, 65535}, ticks(seconds_of(2025, 12, 2, 2, 2, 1), 65535)},
+        {{2025, 13, 0, 1, 0, 0, 0, 0}, ticks(1767225600)},      // 2026-01-01
+        {{2026, 3, 0, 0, 0, 0, 0, 0}, ticks(1772236800)},       // 2026-02-28
+        {{2026, 0, 0, 1, 25, 61, 61, 65535}, ticks(1764640921, 65535)},
     };
     for (const auto& c : cases) {
         FILETIME time = {};
@@ -79,21 +67,17 @@ TEST(FileTime, TimesBeyondTimeTAreReportedAndNothingIsStored) {
         EXPECT_EQ(ticks(result), fits ? ticks(beyond) : 0);
 }
 
-TEST(FileTime, LocalTimesFollowTheRulesOfTheirDate) {
-    std::mt19937_64 random(25569);
-    for (std::size_t zone = 0; zone < ARRAYSIZE(kZones); ++zone) {
-        const ScopedZone scoped(kZones[zone]);
-        for (int round = 0; round < kRounds / 10; ++round) {
-            const auto utc = static_cast<Seconds>(random() % (std::uint64_t{INT32_MAX} - 20000));
-            const FILETIME given = file_time(ticks(utc) + random() % 10000000); // the fraction is dropped
-            const Seconds ahead = standard_offset(zone) + (is_daylight(zone, utc) ? 3600 : 0);
-            FILETIME local = {};
+TEST(FileTime, LocalTimesFollowTheRulesOfTheirDateAndComeBackAsStandardTime) {
+    for (const char* zone : kZones) {
+        const ScopedZone scoped(zone);
+        for (Seconds utc = 500000000; utc < INT32_MAX - 20000; utc += 2000003) { // a good three weeks
+            const FILETIME given = file_time(ticks(utc, 999));                   // the fraction is dropped
+            const Offset offset = offset_at(utc);
+            FILETIME local = {}, back = {};
             ASSERT_TRUE(FileTimeToLocalFileTime(&given, &local));
-            ASSERT_EQ(ticks(local), ticks(utc + ahead)) << kZones[zone] << ' ' << utc;
-            // Back again every local time counts as standard time.
-            FILETIME back = {};
+            ASSERT_EQ(ticks(local), ticks(utc + offset.ahead)) << zone << ' ' << utc;
             ASSERT_TRUE(LocalFileTimeToFileTime(&local, &back));
-            ASSERT_EQ(ticks(back), ticks(utc + ahead - standard_offset(zone))) << kZones[zone] << ' ' << utc;
+            ASSERT_EQ(ticks(back), ticks(utc + offset.summer)) << zone << ' ' << utc;
         }
     }
 }
@@ -110,14 +94,10 @@ TEST(FileTime, TheLocalSecondBefore1970IsTakenForFailure) {
 TEST(FileTime, NullIsRefused) {
     FILETIME time = {};
     SYSTEMTIME parts = {};
-    EXPECT_FALSE(SystemTimeToFileTime(nullptr, &time));
-    EXPECT_FALSE(SystemTimeToFileTime(&parts, nullptr));
-    EXPECT_FALSE(FileTimeToSystemTime(nullptr, &parts));
-    EXPECT_FALSE(FileTimeToSystemTime(&time, nullptr));
-    EXPECT_FALSE(FileTimeToLocalFileTime(nullptr, &time));
-    EXPECT_FALSE(FileTimeToLocalFileTime(&time, nullptr));
-    EXPECT_FALSE(LocalFileTimeToFileTime(nullptr, &time));
-    EXPECT_FALSE(LocalFileTimeToFileTime(&time, nullptr));
+    EXPECT_FALSE(SystemTimeToFileTime(nullptr, &time) || SystemTimeToFileTime(&parts, nullptr));
+    EXPECT_FALSE(FileTimeToSystemTime(nullptr, &parts) || FileTimeToSystemTime(&time, nullptr));
+    EXPECT_FALSE(FileTimeToLocalFileTime(nullptr, &time) || FileTimeToLocalFileTime(&time, nullptr));
+    EXPECT_FALSE(LocalFileTimeToFileTime(nullptr, &time) || LocalFileTimeToFileTime(&time, nullptr));
     EXPECT_EQ(TimeTToFileTime(nullptr, 0), nullptr);
     RtlSecondsSince1970ToTime(0, nullptr);
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
+#include <utility>
 
 namespace {
 
@@ -50,47 +51,39 @@ BOOL PTR_SetHostName(LPCWSTR lpName, DWORD dwLength) {
 }
 
 TEST(GlobalMemoryStatus, TellsAmountsInBytesAndThePercentageThatIsFree) {
-    struct Case {
+    const struct {
         unsigned long total, free, swap, free_swap;
         unsigned unit;
         DWORD load;
-    };
-    const Case cases[] = {
-        {1000, 500, 0, 0, 1, 50},
+    } cases[] = {
         {3, 2, 9, 8, 4096, 66},                    // truncated
         {0, 0, 0, 0, 1, 100},                      // no memory at all counts as free
         {3000000000ul, 2999999999ul, 1, 1, 1, 99}, // a hundred times that passes 32 bits
     };
-    for (const Case& item : cases) {
+    MEMORYSTATUS status = {};
+    for (const auto& item : cases) {
         memory = {};
         memory.totalram = item.total;
         memory.freeram = item.free;
         memory.totalswap = item.swap;
         memory.freeswap = item.free_swap;
         memory.mem_unit = item.unit;
-        MEMORYSTATUS status = {};
-        status.dwLength = 32;
+        status.dwLength = sizeof status; // what a ported source sets, more than 32 on a 64-bit host
         GlobalMemoryStatus(&status);
         EXPECT_EQ(status.dwLength, 32u);
         EXPECT_EQ(status.dwMemoryLoad, item.load);
-        EXPECT_EQ(status.dwTotalPhys, item.total * item.unit);
-        EXPECT_EQ(status.dwAvailPhys, item.free * item.unit);
-        EXPECT_EQ(status.dwTotalPageFile, item.swap * item.unit);
-        EXPECT_EQ(status.dwAvailPageFile, item.free_swap * item.unit);
-        EXPECT_EQ(status.dwTotalVirtual, status.dwTotalPhys);
-        EXPECT_EQ(status.dwAvailVirtual, status.dwAvailPhys);
+        const SIZE_T shown[] = {status.dwTotalPhys,     status.dwAvailPhys,    status.dwTotalPageFile,
+                                status.dwAvailPageFile, status.dwTotalVirtual, status.dwAvailVirtual};
+        const unsigned long amounts[] = {item.total,     item.free,  item.swap,
+                                         item.free_swap, item.total, item.free};
+        for (int i = 0; i < 6; ++i)
+            EXPECT_EQ(shown[i], amounts[i] * item.unit) << i;
     }
-}
-
-TEST(GlobalMemoryStatus, TellsTheMostThatAFieldHoldsRatherThanTheRemainder) {
-    memory = {};
+    // The most that a field holds rather than the remainder.
     memory.totalram = ~0ul;
     memory.mem_unit = sizeof(SIZE_T) == 4 ? 2 : 1;
-    MEMORYSTATUS status = {};
-    status.dwLength = sizeof status; // what a ported source sets, more than 32 on a 64-bit host
     GlobalMemoryStatus(&status);
     EXPECT_EQ(status.dwTotalPhys, ~SIZE_T{0});
-    EXPECT_EQ(status.dwLength, 32u);
 }
 
 TEST(GlobalMemoryStatus, LeavesAShortRecordAndAFailedQueryAlone) {
@@ -107,19 +100,20 @@ TEST(GlobalMemoryStatus, LeavesAShortRecordAndAFailedQueryAlone) {
 }
 
 TEST(GetVersionEx, SplitsTheReleaseAtItsFirstTwoDots) {
-    struct Case {
+    const struct {
         const char* release;
         DWORD major, minor, build;
+    } cases[] = {
+        {"3.10.17-rt", 3, 10, 17},
+        {"6.1.0-18.2-armmp", 6, 1, 0},
+        {"7", 7, 0, 0},
+        {"4.x.9", 4, 0, 9},
+        {"", 0, 0, 0},
     };
-    const Case cases[] = {
-        {"3.10.17-rt", 3, 10, 17}, {"6.1.0-18.2-armmp", 6, 1, 0}, {"5.4", 5, 4, 0}, {"7", 7, 0, 0},
-        {"4.x.9", 4, 0, 9},        {"2.6-rc1.39", 2, 6, 39},      {"", 0, 0, 0},
-    };
-    kernel_fails = false;
+    OSVERSIONINFO version;
     std::strcpy(kernel.sysname, "Linux");
-    for (const Case& item : cases) {
+    for (const auto& item : cases) {
         std::strcpy(kernel.release, item.release);
-        OSVERSIONINFO version;
         std::memset(&version, 0x5A, sizeof version);
         EXPECT_EQ(GetVersionEx(&version), 1);
         EXPECT_EQ(version.dwOSVersionInfoSize, 532u);
@@ -130,7 +124,6 @@ TEST(GetVersionEx, SplitsTheReleaseAtItsFirstTwoDots) {
         EXPECT_STREQ(version.szCSDVersion, L"Linux");
     }
     kernel_fails = true;
-    OSVERSIONINFO version = {};
     EXPECT_EQ(GetVersionEx(&version), 0);
     EXPECT_EQ(GetVersionEx(nullptr), 0);
 }
@@ -140,27 +133,23 @@ TEST(Names, AreTheHostsWithTheSameArgumentsAndResults) {
     for (const BOOL answer : {TRUE, FALSE, BOOL{7}}) {
         host_answer = answer;
         DWORD size = 4;
-        seen_buffer = nullptr;
         EXPECT_EQ(GetUserName(buffer, &size), answer);
-        EXPECT_EQ(seen_buffer, buffer);
+        EXPECT_EQ(std::exchange(seen_buffer, nullptr), buffer);
         EXPECT_EQ(size, 5u);
-        seen_buffer = nullptr;
         EXPECT_EQ(GetComputerName(buffer, &size), answer);
-        EXPECT_EQ(seen_buffer, buffer);
+        EXPECT_EQ(std::exchange(seen_buffer, nullptr), buffer);
         EXPECT_EQ(size, 7u);
-        host_name.clear();
         EXPECT_EQ(SetComputerName(L"handheld") != 0, answer != 0);
-        EXPECT_EQ(host_name, L"handheld");
+        EXPECT_EQ(std::exchange(host_name, L""), L"handheld");
         EXPECT_EQ(host_name_length, 8u);
     }
-    host_name.clear();
     EXPECT_EQ(SetComputerName(L""), 0);
     EXPECT_EQ(SetComputerName(nullptr), 0);
     EXPECT_EQ(host_name, L"");
 }
 
 TEST(SystemParametersInfo, GivesTheMakerForEveryAction) {
-    for (const UINT action : {UINT{SPI_GETOEMINFO}, UINT{SPI_GETPLATFORMTYPE}, 0u, ~0u}) {
+    for (const UINT action : {UINT{SPI_GETOEMINFO}, 0u}) {
         WCHAR text[10] = L"#########";
         EXPECT_EQ(SystemParametersInfo(action, sizeof text, text, 0), 1);
         EXPECT_STREQ(text, L"Velmoran");
