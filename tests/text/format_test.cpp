@@ -51,21 +51,21 @@ TEST(Format, WideTakesTextOfItsOwnWidthInLowerCase) {
               L"%s %|1%|    2|3    |-0004|5|FF");
 }
 
-TEST(Format, VariadicCallsDoTheSame) {
-    char n[16];
-    EXPECT_EQ(_sprintf(n, "%S-%d", "a", 7), 3);
-    EXPECT_STREQ(n, "a-7");
-    WCHAR w[16];
-    EXPECT_EQ(wsprintf(w, L"%s-%S-%d", L"a", "b", 7), 5);
-    EXPECT_STREQ(w, L"a-b-7");
-}
-
 int bounded(char* buffer, size_t size, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     const int result = vsnmyprintf(buffer, size, format, arguments);
     va_end(arguments);
     return result;
+}
+
+TEST(Format, VariadicCallsDoTheSame) {
+    char n[16];
+    WCHAR w[16];
+    EXPECT_EQ(_sprintf(n, "%S-%d", "a", 7), 3);
+    EXPECT_EQ(wsprintf(w, L"%s-%S-%d", L"a", "b", 7), 5);
+    EXPECT_STREQ(n, "a-7");
+    EXPECT_STREQ(w, L"a-b-7");
 }
 
 TEST(Format, BoundsAreThoseOfTheCLibrary) {

@@ -53,24 +53,23 @@ TEST(Formatter, WideTextIsConvertedWithinItsLength) {
     EXPECT_EQ(formatted("%4ls|", L"ab\u00fc"), "  ab|");
 }
 
-struct TimeCase {
-    size_t size;
-    const wchar_t* format;
-    std::wstring buffer; // a dot is a zero
-};
-
 TEST(Formatter, WideTime) {
     ASSERT_NE(setlocale(LC_ALL, "C.UTF-8"), nullptr);
     struct tm time = {};
     time.tm_year = 109;
     time.tm_mday = 3;
-    const TimeCase cases[] = {{8, L"%Y-%d", L"2009-03."},
-                              {7, L"%Y-%d", L".......#"},
-                              {6, L"%Y", L"2009..##"},
-                              {0, L"%Y", L"########"},
-                              {7, L"%d:\u20ac", L"03:\u20ac...#"}, // exactly seven bytes with the terminator
-                              {6, L"%d:\u20ac", L"......##"}};
-    for (const TimeCase& c : cases) {
+    const struct {
+        size_t size;
+        const wchar_t* format;
+        std::wstring buffer; // a dot is a zero
+    } cases[] = {{8, L"%Y-%d", L"2009-03."},
+                 {7, L"%Y-%d", L".......#"},
+                 {6, L"%Y", L"2009..##"},
+                 {0, L"%Y", L"########"},
+                 {7, L"%d:\u20ac", L"03:\u20ac...#"}, // exactly seven bytes
+                                                      // with the terminator
+                 {6, L"%d:\u20ac", L"......##"}};
+    for (const auto& c : cases) {
         std::wstring buffer(8, L'#');
         EXPECT_EQ(android_wcsftime(buffer.data(), c.size, c.format, &time), buffer.data());
         std::replace(buffer.begin(), buffer.end(), L'\0', L'.');
