@@ -29,10 +29,15 @@ TEST(DateFormat, FlagsSelectTheText) {
         DWORD flags;
         const wchar_t* expected;
     } cases[] = {
-        {GetTimeFormat, 0, L"02:05:09 PM"},       {GetTimeFormat, 1, L"14:05"},
-        {GetTimeFormat, 2, L"14:05:09"},          {GetTimeFormat, 4 | 8, L"02:05:09 PM"},
-        {GetTimeFormat, 0xFFFFFFFE, L"14:05:09"}, {GetDateFormat, 2, L"Sunday, November 15, 2026"},
-        {GetDateFormat, 0, L"2026-November-15"},  {GetDateFormat, 3, L"2026-November-15"}, // not exactly 2
+        {GetTimeFormat, 0, L"02:05:09 PM"},
+        {GetTimeFormat, 1, L"14:05"},
+        {GetTimeFormat, 2, L"14:05:09"},
+        {GetTimeFormat, 3, L"14:05"},
+        {GetTimeFormat, 4 | 8, L"02:05:09 PM"},
+        {GetTimeFormat, 0xFFFFFFFE, L"14:05:09"},
+        {GetDateFormat, 2, L"Sunday, November 15, 2026"},
+        {GetDateFormat, 0, L"2026-November-15"},
+        {GetDateFormat, 3, L"2026-November-15"}, // not exactly 2
     };
     for (const auto& c : cases) {
         const auto length = static_cast<int>(wcslen(c.expected));

@@ -29,6 +29,7 @@ void check(const CopyCase& c,
 
 TEST(BoundedCopy, FollowsItsRulesInBothWidths) {
     const CopyCase cases[] = {
+        {4, "abc", 3, 0, "abc.####"},
         {6, "abc", 9, 0, "abc...##"},
         {4, "abcdef", 3, 0, "abcdef.#"}, // the count limits only the check
         {4, "abcdef", 4, EINVAL, "....####"},
