@@ -104,11 +104,9 @@ TEST(GetVersionEx, SplitsTheReleaseAtItsFirstTwoDots) {
         const char* release;
         DWORD major, minor, build;
     } cases[] = {
-        {"3.10.17-rt", 3, 10, 17},
-        {"6.1.0-18.2-armmp", 6, 1, 0},
-        {"7", 7, 0, 0},
-        {"4.x.9", 4, 0, 9},
-        {"", 0, 0, 0},
+        {"3.10.17-rt", 3, 10, 17}, {"6.1.0-18.2-armmp", 6, 1, 0},
+        {"5.4", 5, 4, 0},          {"7", 7, 0, 0},
+        {"4.x.9", 4, 0, 9},        {"", 0, 0, 0},
     };
     OSVERSIONINFO version;
     std::strcpy(kernel.sysname, "Linux");
