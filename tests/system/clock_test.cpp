@@ -2,7 +2,6 @@
 #include "calendar_model.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <dlfcn.h>
 #include <fstream>
 #include <functional>

@@ -2,6 +2,7 @@
 #include "scripted_kernel.h"
 #include "system/network.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
