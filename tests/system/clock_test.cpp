@@ -29,7 +29,8 @@ KALTO_API int settimeofday(const timeval* value, const struct timezone*) noexcep
 KALTO_API void tzset() noexcept {
     static const auto real = reinterpret_cast<void (*)()>(dlsym(RTLD_NEXT, "tzset"));
     real();
-    if (during_reload && strcmp(getenv("TZ"), ":") == 0)
+    const char* const zone = getenv("TZ");
+    if (during_reload && zone != nullptr && strcmp(zone, ":") == 0)
         std::exchange(during_reload, nullptr)();
 }
 
