@@ -93,6 +93,7 @@ TEST(NetlinkDump, GivesWhatTheKernelSaidLastAndClosesItsSocket) {
         std::vector<kalto::NetworkAddress> addresses;
         EXPECT_EQ(kalto::read_addresses(addresses), item.result);
         std::vector<unsigned> indexes;
+        indexes.reserve(addresses.size());
         for (const kalto::NetworkAddress& found : addresses) {
             indexes.push_back(found.index);
         }

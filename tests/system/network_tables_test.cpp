@@ -67,11 +67,13 @@ template <typename Record, typename Call>
 Table<Record> read_table(const std::deque<Reply>& answers, Call call) {
     Table<Record> table;
     ULONG size = 0;
-    do {
+    script = answers;
+    table.result = call(nullptr, &size);
+    while (table.result == ERROR_INSUFFICIENT_BUFFER) {
         table.block = std::make_unique<char[]>(size);
         script = answers;
-        table.result = call(size == 0 ? nullptr : reinterpret_cast<Record*>(table.block.get()), &size);
-    } while (table.result == ERROR_INSUFFICIENT_BUFFER);
+        table.result = call(reinterpret_cast<Record*>(table.block.get()), &size);
+    }
     return table;
 }
 
@@ -138,7 +140,7 @@ TEST(NetworkTables, TellWhatTheKernelOfThisMachineSays) {
 }
 
 TEST(NetworkTables, NeverWriteIntoABufferThatIsTooSmall) {
-    const auto attempt = [](const char* name, std::deque<Reply> answers, auto call) {
+    const auto attempt = [](const char* name, const std::deque<Reply>& answers, auto call) {
         SCOPED_TRACE(name);
         EXPECT_EQ(call(nullptr, nullptr), DWORD{ERROR_INVALID_PARAMETER});
         ULONG needed = 0;
