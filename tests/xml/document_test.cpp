@@ -180,22 +180,34 @@ TEST(Document, CopiesAcrossDocumentsAndSharesStringsWithinOne) {
     EXPECT_EQ(shared->pNextSibling, nullptr);
 }
 
-TEST(Document, CopiesDeletesAndCleansATreeOfAnyDepth) {
-    constexpr int kDepth = 100000;
+TEST(Document, WalksWritesCopiesCleansAndDeletesATreeOfAnyDepth) {
+    constexpr int kDepth = 140000; // more than an iterator's field for its depth counts
     CVurlDOM dom;
     dom.CreateDOM("r");
     CVurlIterator it;
     it.BindToDOM(&dom);
-    for (int i = 0; i < kDepth; ++i)
+    for (int i = 0; i < kDepth; ++i) {
         ASSERT_EQ(it.InsertElement("e", VURL_LAST_CHILD), 1);
+        ASSERT_FALSE(it.IsRoot());
+    }
+    it.ToRootElement();
+    int visited = 0;
+    for (int step = it.BeginTraverseHere(); step != 0; step = it.ContinueTraverse())
+        visited += step == 1;
+    EXPECT_EQ(visited, kDepth);
+    EXPECT_EQ(it.m_pNode, dom.m_pRoot);
+
+    dom.m_nDocStyle = DOCSTYLE_LF | DOCSTYLE_TABS; // indentation stops growing at the 64th level
+    const std::string text = written(&dom);
+    const std::string at_64 = "\n" + std::string(64, '\t') + "<e>";
+    EXPECT_NE(text.find(at_64.substr(0, 64) + "<e>" + at_64 + at_64), std::string::npos);
+    EXPECT_EQ(text.find(std::string(65, '\t')), std::string::npos);
+    EXPECT_EQ(text.substr(text.size() - 11), "\n\t</e>\n</r>");
+
     CVurlDOM other;
     other.m_pRoot = other.CopyNodeTree(dom.m_pRoot, true);
     dom.FreeDOM(false);
     other.Clean();
-    int depth = 0;
-    for (const CVurlNode* node = other.m_pRoot; node->pFirstChild != nullptr; node = node->pFirstChild)
-        ++depth;
-    EXPECT_EQ(depth, kDepth);
     other.DeleteChildren(other.m_pRoot);
     EXPECT_EQ(free_nodes(other).size(), size_t{kDepth});
 }

@@ -219,23 +219,6 @@ TEST(Iterator, CopiesAnElementIntoItself) {
     EXPECT_EQ(it.InsertCopyOfElement(CVurlElement(), VURL_LAST_CHILD), 0);
 }
 
-TEST(Iterator, WalksTreesDeeperThanItsDepthFieldCounts) {
-    constexpr int kDepth = 140000;
-    CVurlDOM dom;
-    dom.CreateDOM("r");
-    CVurlIterator it = at(&dom, dom.m_pRoot);
-    for (int i = 0; i < kDepth; ++i) {
-        ASSERT_EQ(it.InsertElement("e", VURL_LAST_CHILD), 1);
-        ASSERT_FALSE(it.IsRoot());
-    }
-    it.ToRootElement();
-    int visited = 0;
-    for (int step = it.BeginTraverseHere(); step != 0; step = it.ContinueTraverse())
-        visited += step == 1;
-    EXPECT_EQ(visited, kDepth);
-    EXPECT_EQ(it.m_pNode, dom.m_pRoot);
-}
-
 namespace {
 
 std::string names(CVurlElementList* list) {

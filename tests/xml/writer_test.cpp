@@ -71,23 +71,6 @@ TEST(Writer, WritesNothingForAnEmptyDocument) {
     EXPECT_EQ(dom.m_pDocBuffer, nullptr);
 }
 
-TEST(Writer, WritesAnyDepthWithIndentationThatStopsGrowing) {
-    constexpr int kDepth = 100000;
-    CVurlDOM dom;
-    dom.CreateDOM("r");
-    CVurlIterator it;
-    it.BindToDOM(&dom);
-    for (int i = 0; i < kDepth; ++i)
-        ASSERT_EQ(it.InsertElement("e", VURL_FIRST_CHILD), 1);
-    dom.m_nDocStyle = DOCSTYLE_LF | DOCSTYLE_TABS;
-    const std::string text = written(&dom);
-    const std::string at_64 = "\n" + std::string(64, '\t');
-    EXPECT_NE(text.find("\n" + std::string(63, '\t') + "<e>" + at_64 + "<e>" + at_64 + "<e>"),
-              std::string::npos);
-    EXPECT_EQ(text.find(std::string(65, '\t')), std::string::npos);
-    EXPECT_EQ(text.substr(text.size() - 11), "\n\t</e>\n</r>");
-}
-
 // The pieces reach whichever sink is selected, also one piece at a time.
 TEST(Writer, SendsPiecesToTheSelectedSink) {
     CVurlDOM dom;

@@ -120,11 +120,20 @@ class ModelParser {
         if (!pending)
             pending.emplace();
         pending->kind = code;
-        const auto axis = [&](int number, const char* word) {
-            pending->axis = number;
-            push(pending);
-            tokenize(text.substr(strlen(word)), pending);
-        };
+        static const struct {
+            int code, axis;
+            const char* word;
+        } axes[] = {{2, 0, "ancestor::"},    {3, 1, "ancestor-or-self::"},
+                    {14, 4, "descendant::"}, {22, 7, "following-sibling::"},
+                    {38, 9, ".."},           {40, 11, "preceding-sibling::"}};
+        for (const auto& a : axes) {
+            if (a.code == code) {
+                pending->axis = a.axis;
+                pending->index = code == 38 ? 0 : -1;
+                push(pending);
+                return tokenize(text.substr(strlen(a.word)), pending);
+            }
+        }
         std::string rest;
         switch (code) {
         case 0:
@@ -132,10 +141,6 @@ class ModelParser {
         case 1:
             push(pending);
             return tokenize(text.substr(1), pending);
-        case 2:
-            return axis(0, "ancestor::");
-        case 3:
-            return axis(1, "ancestor-or-self::");
         case 6: {
             pending->axis = 2;
             const std::optional<std::string> name = read(text.substr(1), rest);
@@ -144,18 +149,9 @@ class ModelParser {
             pending->attribute = name;
             return;
         }
-        case 14:
-            return axis(4, "descendant::");
-        case 22:
-            return axis(7, "following-sibling::");
         case 36:
             predicate(text.substr(1), pending);
             return;
-        case 38:
-            pending->index = 0;
-            return axis(9, "..");
-        case 40:
-            return axis(11, "preceding-sibling::");
         case 21:
         case 39:
             return fail(5);
@@ -220,27 +216,26 @@ class ModelParser {
     }
 
     static int classify(const std::string& text) {
-        static const char* const words[] = {"ancestor-or-self::",
-                                            "ancestor::",
-                                            "//",
-                                            "descendant::",
-                                            "preceding-sibling::",
-                                            "preceding::",
-                                            "following-sibling::",
-                                            "following::",
-                                            "parent::",
-                                            "..",
-                                            ".",
-                                            "=",
-                                            "!=",
-                                            "::",
-                                            "[",
-                                            "@",
-                                            "*"};
-        static const int codes[] = {3, 2, 15, 14, 40, 39, 22, 21, 37, 38, 11, 20, 32, 31, 36, 6, 1};
-        for (size_t i = 0; i < std::size(words); ++i) {
-            if (text.rfind(words[i], 0) == 0)
-                return codes[i];
+        static const std::pair<const char*, int> words[] = {{"ancestor-or-self::", 3},
+                                                            {"ancestor::", 2},
+                                                            {"//", 15},
+                                                            {"descendant::", 14},
+                                                            {"preceding-sibling::", 40},
+                                                            {"preceding::", 39},
+                                                            {"following-sibling::", 22},
+                                                            {"following::", 21},
+                                                            {"parent::", 37},
+                                                            {"..", 38},
+                                                            {".", 11},
+                                                            {"=", 20},
+                                                            {"!=", 32},
+                                                            {"::", 31},
+                                                            {"[", 36},
+                                                            {"@", 6},
+                                                            {"*", 1}};
+        for (const auto& word : words) {
+            if (text.rfind(word.first, 0) == 0)
+                return word.second;
         }
         return 0;
     }
