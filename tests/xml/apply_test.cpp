@@ -154,13 +154,9 @@ TEST(Apply, CreatesEveryMissingLevelBelowAMatch) {
 TEST(Apply, SurvivesCallbacksThatDeleteWhatItStandsOn) {
     constexpr char kText[] = "<r><a><b><c/><d/></b><e/></a><f/></r>";
     constexpr unsigned long kMerge = APPLY_MATCH | APPLY_COPY | APPLY_CREATE_PATH;
-    const struct {
-        int tree; // 0 source, 1 reference, 2 target
-        int deletion;
-        const char* trace;
-    } cases[] = {{0, 0, "f"}, {0, 1, "ef"}, {0, 2, "f"}};
-    for (int tree = 0; tree < 3; ++tree) {
-        for (const auto& c : cases) {
+    const char* const visited[] = {"f", "ef", "f"}; // behind each of the three deletions in the source
+    for (int tree = 0; tree < 3; ++tree) {          // 0 source, 1 reference, 2 target
+        for (int deletion = 0; deletion < 3; ++deletion) {
             for (const bool reuse : {false, true}) {
                 Merging run(kText, kText, kText);
                 CVurlDOM* dom = tree == 0 ? &run.source : tree == 1 ? &run.reference : &run.target;
@@ -175,9 +171,9 @@ TEST(Apply, SurvivesCallbacksThatDeleteWhatItStandsOn) {
                         CVurlIterator it;
                         it.BindToDOM(dom);
                         it.ToChildElement();
-                        if (c.deletion == 1)
+                        if (deletion == 1)
                             it.ToChildElement();
-                        if (c.deletion == 0)
+                        if (deletion == 0)
                             it.DeleteChildren();
                         else
                             it.DeleteElement();
@@ -188,9 +184,7 @@ TEST(Apply, SurvivesCallbacksThatDeleteWhatItStandsOn) {
                     return source == other || other == "-" ? kMerge : 0;
                 };
                 EXPECT_EQ(run.apply(true, decision), 1);
-                if (tree == 0 && !reuse) {
-                    EXPECT_EQ(after, c.trace) << c.deletion;
-                }
+                EXPECT_TRUE(tree != 0 || reuse || after == visited[deletion]) << after;
                 EXPECT_EQ(run.s.m_pNode, run.source.m_pRoot);
                 EXPECT_EQ(run.t.m_pNode, run.target.m_pRoot);
             }

@@ -148,33 +148,16 @@ TEST(Iterator, AssignsItsPlaceButNotItsTraversal) {
     EXPECT_EQ(copy.m_bDescend, 1);
 }
 
-TEST(Iterator, InsertsInAllFivePlaces) {
-    const struct {
-        VURL_LOCATION where;
-        int result;
-        const char* at_root;
-        const char* at_b;
-    } cases[] = {{VURL_NEXT_SIBLING, 0, "r(a,b't',c)", "r(a,b't',N,c)"},
-                 {VURL_FIRST_SIBLING, 0, "r(a,b't',c)", "r(N,a,b't',c)"},
-                 {VURL_LAST_SIBLING, 0, "r(a,b't',c)", "r(a,b't',c,N)"},
-                 {VURL_FIRST_CHILD, 1, "r(N,a,b't',c)", "r(a,b(N),c)"},
-                 {VURL_LAST_CHILD, 1, "r(a,b't',c,N)", "r(a,b(N),c)"},
-                 {static_cast<VURL_LOCATION>(5), 0, "r(a,b't',c)", "r(a,b't',c)"}};
-    for (const auto& c : cases) {
-        for (const bool at_root : {true, false}) {
-            CVurlDOM dom;
-            ASSERT_EQ(dom.ReadDoc("<r><a/><b>t</b><c/></r>"), 1);
-            CVurlIterator it = at(&dom, dom.m_pRoot);
-            if (!at_root) {
-                it.ToChildElement();
-                it.ToNextElement();
-            }
-            const int expected = c.where > VURL_LAST_CHILD ? 0 : at_root ? c.result : 1;
-            EXPECT_EQ(it.InsertElement("N", c.where), expected);
-            EXPECT_EQ(tree_text(dom), at_root ? c.at_root : c.at_b) << c.where;
-            EXPECT_EQ(std::string(it.GetTagName()) == "N", expected == 1);
-        }
+// The random edits show that each place is the right one.
+TEST(Iterator, StaysWhereItIsWhenThereIsNoSuchPlace) {
+    CVurlDOM dom;
+    ASSERT_EQ(dom.ReadDoc("<r>t</r>"), 1);
+    CVurlIterator it = at(&dom, dom.m_pRoot);
+    for (const int where : {0, 1, 2, 5}) { // a root has no siblings, and there are five places
+        EXPECT_EQ(it.InsertElement("N", static_cast<VURL_LOCATION>(where)), 0) << where;
+        EXPECT_EQ(it.m_pNode, dom.m_pRoot) << where;
     }
+    EXPECT_EQ(tree_text(dom), "r't'");
 }
 
 TEST(Iterator, LosesTextAndDescendsEvenWhenThereIsNothingToInsert) {

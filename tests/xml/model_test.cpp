@@ -114,7 +114,8 @@ void edit(Pair* pair, Pair* other, std::mt19937* random) {
     case 0:
     case 1:
         added.name = std::string(1, static_cast<char>('a' + (*random)() % 26));
-        it.InsertElement(added.name.c_str(), where);
+        EXPECT_EQ(it.InsertElement(added.name.c_str(), where),
+                  where >= VURL_FIRST_CHILD || pair->at->parent != nullptr);
         pair->insert(where, added);
         break;
     case 2:

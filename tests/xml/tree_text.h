@@ -27,12 +27,13 @@ inline std::string tree_text(const CVurlDOM& dom) {
     return tree_text(dom.m_pRoot);
 }
 
+constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+
 // The document as the writer puts it, without the declaration.
 inline std::string written(CVurlDOM* dom) {
-    constexpr size_t kDeclaration = sizeof "<?xml version=\"1.0\" encoding=\"UTF-8\"?>" - 1;
     unsigned size = 0;
     const char* text = dom->WriteDoc(&size, 0);
-    return text == nullptr ? "" : std::string(text, size).substr(kDeclaration);
+    return text == nullptr ? "" : std::string(text, size).substr(sizeof kDeclaration - 1);
 }
 
 #endif

@@ -65,27 +65,28 @@ struct Case {
     int count;
 };
 
+void expect(CVurlDOM& document, std::initializer_list<Case> cases) {
+    for (const Case& c : cases)
+        EXPECT_EQ(selected(document, nullptr, c.expression), c.count) << c.expression.substr(0, 80);
+}
+
 } // namespace
 
 TEST(XPathLimits, ADocumentOfAHundredThousandLevels) {
     on_small_stack([] {
         CVurlDOM document;
         make_chain(document, kMany);
-        const Case cases[] = {
-            {"//z", 1},
-            {"//a", kMany},
-            {"//*", kMany + 1},
-            {"descendant::a/z", 1},
-            {"//a[z]", 1},
-            {"//a//z", 1},
-            {"//a//a//a//a//z", 1},
-            {"//a//a//a//a//nothing", 0},
-            {"//" + repeated("a/", 20) + "nothing", 0},
-            {"//" + repeated("a//", 8) + "nothing", 0},
-            {"//" + repeated("*/../", 8) + "nothing", 0},
-        };
-        for (const Case& c : cases)
-            EXPECT_EQ(selected(document, nullptr, c.expression), c.count) << c.expression;
+        expect(document, {{"//z", 1},
+                          {"//a", kMany},
+                          {"//*", kMany + 1},
+                          {"descendant::a/z", 1},
+                          {"//a[z]", 1},
+                          {"//a//z", 1},
+                          {"//a//a//a//a//z", 1},
+                          {"//a//a//a//a//nothing", 0},
+                          {"//" + repeated("a/", 20) + "nothing", 0},
+                          {"//" + repeated("a//", 8) + "nothing", 0},
+                          {"//" + repeated("*/../", 8) + "nothing", 0}});
         CVurlIterator bottom;
         bottom.BindToDOM(&document);
         bottom = bottom.selectSingleNode("//z");
@@ -107,20 +108,16 @@ TEST(XPathLimits, ADocumentOfAHundredThousandSiblings) {
         first.ToChildElement();
         EXPECT_EQ(selected(document, &first, "following-sibling::a"), kMany - 1);
         EXPECT_EQ(selected(document, &first, "following-sibling::*"), kMany - 1);
-        const Case cases[] = {
-            {"*", kMany},
-            {"a/b", kMany},
-            {"//*", 2 * kMany},
-            {"a[@n='3']", kMany / 10},
-            // Each element leads to the root, and the root to each element.
-            {"/a/../r/a/../r/a/../r/a[b]", kMany},
-            {"//a/..[c='x']", 0},
-            {"//a/../*", kMany},
-            {repeated("*/../", 10) + "nothing", 0},
-            {"//b/../../r/" + repeated("a/../r/", 10) + "nothing", 0},
-        };
-        for (const Case& c : cases)
-            EXPECT_EQ(selected(document, nullptr, c.expression), c.count) << c.expression;
+        expect(document, {{"*", kMany},
+                          {"a/b", kMany},
+                          {"//*", 2 * kMany},
+                          {"a[@n='3']", kMany / 10},
+                          // Each element leads to the root, and the root to each element.
+                          {"/a/../r/a/../r/a/../r/a[b]", kMany},
+                          {"//a/..[c='x']", 0},
+                          {"//a/../*", kMany},
+                          {repeated("*/../", 10) + "nothing", 0},
+                          {"//b/../../r/" + repeated("a/../r/", 10) + "nothing", 0}});
     });
 }
 
@@ -128,19 +125,15 @@ TEST(XPathLimits, ExpressionsOfManyThousandSteps) {
     on_small_stack([] {
         CVurlDOM document;
         make_chain(document, 50);
-        const Case cases[] = {
-            {repeated("a/", kMany) + "a",
-             1}, // where nothing is left below, an element stands for all the rest
-            {repeated("a/", kMany) + "nothing", 0},
-            {repeated("*", kMany), 0},
-            {repeated("//", kMany / 10) + "z", 1},
-            {repeated("..", kMany), 0},
-            {"//a" + repeated("[a]", kMany), 49},
-            {"a[@x='" + std::string(kMany, 'x') + "']", 0},
-            {repeated("/", kMany), 0},
-            {std::string(kMany, '1'), 0},
-        };
-        for (const Case& c : cases)
-            EXPECT_EQ(selected(document, nullptr, c.expression), c.count) << c.expression.substr(0, 10);
+        expect(document, {{repeated("a/", kMany) + "a",
+                           1}, // where nothing is left below, an element stands for all the rest
+                          {repeated("a/", kMany) + "nothing", 0},
+                          {repeated("*", kMany), 0},
+                          {repeated("//", kMany / 10) + "z", 1},
+                          {repeated("..", kMany), 0},
+                          {"//a" + repeated("[a]", kMany), 49},
+                          {"a[@x='" + std::string(kMany, 'x') + "']", 0},
+                          {repeated("/", kMany), 0},
+                          {std::string(kMany, '1'), 0}});
     });
 }
