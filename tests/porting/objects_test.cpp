@@ -103,6 +103,7 @@ TEST(Machine, ModeFeaturesAndEncodingAreAnswered) {
     EXPECT_EQ(20127u, GetACP());
     setlocale(LC_ALL, "C.UTF-8");
     EXPECT_EQ(UINT{CP_UTF8}, GetACP());
+    InstallSignalHandlers();
     EXPECT_DEATH(DebugBreak(), "SIGTRAP");
 }
 
