@@ -9,6 +9,10 @@
 
 using namespace kalto_test;
 
+// Applications have these numbers compiled in.
+static_assert(WAIT_OBJECT_0 == 10000 && WAIT_ABANDONED_0 == 20000 && WAIT_TIMEOUT == 110 &&
+              WAIT_FAILED == 22 && STILL_ACTIVE == 0x7FFFFFFF && INFINITE == 0xFFFFFFFF);
+
 namespace {
 
 DWORD poll(HANDLE handle) {
