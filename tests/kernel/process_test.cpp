@@ -22,6 +22,7 @@ class Program {
         directory_ = mkdtemp(name);
         std::ofstream script(path());
         script << "#!/bin/sh\nprintf '%s\\n' \"$0\" \"$@\" >'" << directory_ << "/part'\n"
+               << "echo $PPID >'" << directory_ << "/parent'\n"
                << "readlink /proc/$$/fd/0 >'" << directory_ << "/input'\n"
                << "mv '" << directory_ << "/part' '" << directory_ << "/written'\n";
         script.close();
@@ -51,9 +52,9 @@ class Program {
         unlink(file.c_str());
         return text.str();
     }
-    std::string input() const {
+    std::string line_of(const char* name) const {
         std::string line;
-        std::ifstream file(directory_ + "/input");
+        std::ifstream file(directory_ + "/" + name);
         std::getline(file, line);
         return line;
     }
@@ -117,7 +118,8 @@ TEST(Process, InformationHoldsOneHandleInhThread) {
     EXPECT_EQ(WaitForMultipleObjects(1, &information.hThread, FALSE, INFINITE), DWORD{WAIT_OBJECT_0});
     EXPECT_TRUE(CloseHandle(information.hThread));
     EXPECT_EQ(program.written(), program.path() + "\nx\n");
-    EXPECT_EQ(program.input(), "/dev/null") << "nothing is inherited";
+    EXPECT_EQ(program.line_of("input"), "/dev/null") << "nothing is inherited";
+    EXPECT_NE(program.line_of("parent"), std::to_string(getpid())) << "it is nobody's child to collect";
 }
 
 TEST(Process, AProgramThatDoesNotExistIsNotNoticed) {

@@ -54,6 +54,10 @@ TEST(Mutex, CanBeTakenAgainByItsOwnerAndOneReleaseFreesIt) {
     EXPECT_TRUE(ReleaseMutex(mutex));
     EXPECT_EQ(poll(mutex), DWORD{WAIT_OBJECT_0});
     EXPECT_EQ(Sleeper([&] { return poll(mutex); }).result(), DWORD{WAIT_TIMEOUT});
+    // And then it is free for its old owner too, who takes it anew.
+    EXPECT_EQ(Sleeper([&] { return static_cast<DWORD>(ReleaseMutex(mutex)); }).result(), DWORD{TRUE});
+    EXPECT_EQ(poll(mutex), DWORD{WAIT_OBJECT_0});
+    EXPECT_EQ(Sleeper([&] { return poll(mutex); }).result(), DWORD{WAIT_TIMEOUT});
 }
 
 TEST(Semaphore, ReleaseSaturatesAndReportsTheCountBefore) {
