@@ -79,25 +79,28 @@ void move_left(char* to, const char* from, size_t n) {
 }
 
 // Moves a run of text left, up to where the scan must look next: the stop byte, a "&", the zero byte, or
-// where a pair of words no longer fits the block. Returns that place.
+// where a pair of words no longer fits the block. Returns that place. Nothing is stored behind the run: where
+// a "&" is not copied, the byte that stands there shows.
 char* move_run(char* p, size_t moved, char stop, const char* block_end) {
     constexpr ptrdiff_t kPair = 2 * sizeof(Word);
     const Word stops = kalto::in_each_byte(static_cast<unsigned char>(stop));
     const bool apart = moved >= static_cast<size_t>(kPair);
-    char* const run = p;
+    char* run = p;
     for (; block_end - p >= kPair; p += kPair) {
         Word words[2];
         std::memcpy(words, p, sizeof words);
-        if (apart) // what is copied too much lands on text that has been moved already
-            std::memcpy(p - moved, words, sizeof words);
         const Word first = kalto::flag_stop(words[0], stops);
         const Word second = kalto::flag_stop(words[1], stops);
         if ((first | second) != 0) {
             p += kalto::first_flag(first, second);
             break;
         }
+        if (apart) {
+            std::memcpy(p - moved, words, sizeof words);
+            run = p + kPair;
+        }
     }
-    if (moved != 0 && !apart)
+    if (moved != 0)
         move_left(run - moved, run, static_cast<size_t>(p - run));
     return p;
 }

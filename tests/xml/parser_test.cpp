@@ -38,6 +38,7 @@ TEST(Parser, BuildsTheTreeOfEachText) {
         // Existing files count on both: what follows an entity of a text moves left, and a "&" that begins no
         // entity then leaves the byte it meets.
         {"<a>&lt;x&y</a>", "a'<xty'"},
+        {"<a>" + repeat("&lt;", 6) + "x1 & y</a>" + repeat(" ", 32), "a'<<<<<<x1 l y'"},
         {"<a>1&lt;2<![CDATA[<&lt;>]]>x & y&gt;<![CDATA[z]]>.</a>",
          "a'1<2<![CDATA[<&lt;>]]>x & y><![CDATA[z]]>.'"},
         {repeat("<e>", 64) + "<f/>" + repeat("</e>", 64), "e" + repeat("(e", 63) + "(f" + repeat(")", 64)},
