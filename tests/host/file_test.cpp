@@ -1,4 +1,5 @@
 // Files and directories, where nothing goes wrong but the request.
+#include "tests/fs/times.h"
 #include "tests/scratch.h"
 
 #include <clocale>
@@ -183,6 +184,27 @@ TEST_F(HostFile, ACopyHasContentsPermissionsAndTimeAndGoesThroughALink) {
     EXPECT_TRUE(CopyFile(wide("from").c_str(), L"\\dev\\null", FALSE));
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
     EXPECT_EQ(names(), (Names{"file", "from", "link", "new", "old"}));
+}
+
+// On a 32-bit target the plain status calls fail for such a file.
+TEST_F(HostFile, FilesDatedAfter2038AreHandledAndCopiedWithTheirDate) {
+    const std::int64_t in_2040 = 2208988800;
+    put("old", "old");
+    make_directory("directory");
+    if (!set_times(put("late", "late"), in_2040, in_2040) || !set_times(path("directory"), in_2040, in_2040))
+        GTEST_SKIP() << "the file system keeps no later times";
+    EXPECT_TRUE(CopyFile(wide("late").c_str(), wide("new").c_str(), FALSE));
+    EXPECT_TRUE(CopyFile(wide("new").c_str(), wide("old").c_str(), FALSE));
+    EXPECT_TRUE(DeleteFile(wide("new").c_str()));
+    EXPECT_TRUE(MoveFile(wide("old").c_str(), wide("new").c_str()));
+    HANDLE file = open("new", kReadWrite);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    FILETIME written = {};
+    EXPECT_TRUE(GetFileTime(file, nullptr, nullptr, &written));
+    EXPECT_EQ(ticks(written), ticks(in_2040));
+    EXPECT_EQ(read(file, 10), "late");
+    CloseHandle(file);
+    EXPECT_TRUE(RemoveDirectory(wide("directory").c_str()));
 }
 
 TEST_F(HostFile, TransfersAtTheFilesPosition) {
