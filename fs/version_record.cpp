@@ -82,7 +82,7 @@ BOOL GetFileVersionInfo(LPCWSTR lptstrFilename, DWORD /*dwHandle*/, DWORD /*dwLe
 }
 
 BOOL VerQueryValue(LPCVOID pBlock, LPCWSTR /*lpSubBlock*/, LPVOID* lplpBuffer, PUINT puLen) {
-    if (pBlock == nullptr || lplpBuffer == nullptr)
+    if (lplpBuffer == nullptr)
         return FALSE;
     *lplpBuffer = const_cast<void*>(pBlock);
     if (puLen != nullptr)

@@ -185,8 +185,9 @@ KALTO_API BOOL WINAPI GetFileInformationByHandle(HANDLE hFile,
 
 /* FILE_ATTRIBUTE_DIRECTORY for a directory, else FILE_ATTRIBUTE_NORMAL; with FILE_ATTRIBUTE_READONLY when
  * nobody may write it, and with FILE_ATTRIBUTE_HIDDEN when DIR_is_hidden_file says so.
- * INVALID_FILE_ATTRIBUTES when there is no such file, and for devices and pipes. The values are this
- * library's own: a hidden plain file cannot be told from a visible one. */
+ * INVALID_FILE_ATTRIBUTES when there is no such file, and for character devices and pipes; a block device and
+ * a socket count as directories. The values are this library's own: a hidden plain file cannot be told from a
+ * visible one. */
 KALTO_API DWORD WINAPI GetFileAttributes(LPCWSTR lpFileName);
 #define GetFileAttributesW GetFileAttributes
 
@@ -354,7 +355,7 @@ KALTO_API DWORD WINAPI GetFileVersionInfoSize(LPCWSTR lptstrFilename, LPDWORD lp
 #define GetFileVersionInfoSizeW GetFileVersionInfoSize
 
 /* Hands back the record: stores pBlock, and 12 through puLen, which may be null. lpSubBlock is ignored. FALSE
- * when pBlock or lplpBuffer is null. */
+ * when lplpBuffer is null. */
 KALTO_API BOOL WINAPI VerQueryValue(LPCVOID pBlock, LPCWSTR lpSubBlock, LPVOID* lplpBuffer, PUINT puLen);
 #define VerQueryValueW VerQueryValue
 

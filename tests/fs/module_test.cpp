@@ -211,7 +211,8 @@ TEST(Version, RecordsAreTwelveBytesAndHandedBack) {
     EXPECT_EQ(length, 12u);
     EXPECT_TRUE(VerQueryValue(block, nullptr, &record, nullptr));
     EXPECT_FALSE(VerQueryValue(block, L"\\", nullptr, &length));
-    EXPECT_FALSE(VerQueryValue(nullptr, L"\\", &record, &length));
+    EXPECT_TRUE(VerQueryValue(nullptr, L"\\", &record, &length));
+    EXPECT_EQ(record, nullptr);
     EXPECT_FALSE(GetFileVersionInfo(nullptr, 0, 12, block));
     EXPECT_FALSE(GetFileVersionInfo(L"any", 0, 12, nullptr));
 }
