@@ -50,14 +50,12 @@ Status complain(const Streams& streams, const std::string& what) {
     return kFailed;
 }
 
-} // namespace
-
-Status run(const Arguments& arguments, const Streams& streams) {
+Status dispatch(const Arguments& arguments, const Streams& streams) {
     size_t next = 0;
     static std::string sandbox; // outlives every use of g_sandboxDir
-    for (; next < arguments.size() && arguments[next].compare(0, 2, "--") == 0; ++next) {
+    for (; next < arguments.size() && arguments[next].compare(0, 1, "-") == 0; ++next) {
         const std::string& option = arguments[next];
-        if (option == "--help") {
+        if (option == "--help" || option == "-h") {
             print_help(streams.out);
             return kDone;
         }
@@ -86,6 +84,16 @@ Status run(const Arguments& arguments, const Streams& streams) {
         return command.run(rest, streams);
     }
     return complain(streams, "unknown command " + arguments[next]);
+}
+
+} // namespace
+
+Status run(const Arguments& arguments, const Streams& streams) {
+    const Status status = dispatch(arguments, streams);
+    if (fflush(streams.out) == 0 && ferror(streams.out) == 0)
+        return status;
+    fputs("kaltoreg: the output could not be written\n", streams.err);
+    return kFailed;
 }
 
 } // namespace kaltoreg

@@ -38,8 +38,11 @@ bool read_registry(std::string& path, std::string& text, const Streams& streams)
     char piece[4096];
     for (size_t got = 0; (got = fread(piece, 1, sizeof piece, file)) > 0;)
         text.append(piece, got);
+    const int error = ferror(file) != 0 ? errno : 0;
     fclose(file);
-    return true;
+    if (error != 0)
+        fprintf(streams.err, "kaltoreg: %s: %s\n", path.c_str(), strerror(error));
+    return error == 0;
 }
 
 bool parse(CVurlDOM& document, const std::string& path, const std::string& text, const Streams& streams) {

@@ -50,8 +50,10 @@ bool from_utf16_bytes(const std::string& bytes, std::wstring& text) {
 
 bool decode_file(const std::string& bytes, std::wstring& text) {
     if (bytes.compare(0, 2, "\xFF\xFE") == 0)
-        return from_utf16_bytes(bytes.substr(2), text);
-    return to_wide(bytes.compare(0, 3, "\xEF\xBB\xBF") == 0 ? bytes.substr(3) : bytes, text);
+        return from_utf16_bytes(bytes.substr(2), text) && text.find(L'\0') == std::wstring::npos;
+    // A zero byte would end the text early, and what stands behind it would be lost.
+    return bytes.find('\0') == std::string::npos &&
+           to_wide(bytes.compare(0, 3, "\xEF\xBB\xBF") == 0 ? bytes.substr(3) : bytes, text);
 }
 
 } // namespace kaltoreg

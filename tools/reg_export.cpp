@@ -1,6 +1,8 @@
 // The command export: a key and everything below it as .reg text, which import reads back equal.
 #include "tools/reg_text.h"
 
+#include <algorithm>
+
 namespace kaltoreg {
 namespace {
 
@@ -60,26 +62,22 @@ std::wstring value_line(const Value& value) {
     }
 }
 
-LONG export_tree(const KeyName& name, std::wstring& out, KeyName& failed) {
+Status export_tree(const KeyName& name, std::wstring& out, const Streams& streams) {
     Key key;
     std::vector<Value> values;
-    std::vector<std::wstring> below;
-    failed = name;
+    std::vector<KeyName> below;
     LONG error = key.open(name);
     if (error == 0)
         error = key.values(values);
-    if (error == 0)
-        error = key.sub_keys(below);
     if (error != 0)
-        return error;
+        return report(error, name.full(), streams);
     out += L"\n[" + name.full() + L"]\n";
     for (const Value& value : values)
         out += value_line(value);
-    for (const std::wstring& child : below)
-        if (error == 0)
-            error =
-                export_tree({name.root, name.path.empty() ? child : name.path + L"\\" + child}, out, failed);
-    return error;
+    Status status = keys_below(key, name, below, streams);
+    for (const KeyName& child : below)
+        status = std::max(status, export_tree(child, out, streams));
+    return status;
 }
 
 } // namespace
@@ -93,17 +91,14 @@ Status export_keys(const Arguments& arguments, const Streams& streams) {
     KeyName name;
     if (!key_argument(arguments.back(), name, streams))
         return kFailed;
-    std::wstring text = std::wstring(kHeader) + L"\n";
-    KeyName failed;
-    const LONG error = export_tree(name, text, failed);
-    if (error != 0)
-        return report(error, failed.full(), streams);
+    std::wstring text;
+    const Status status = export_tree(name, text, streams);
+    if (status == kFailed || text.empty())
+        return status;
+    text.insert(0, std::wstring(kHeader) + L"\n");
     const std::string bytes = utf16 ? "\xFF\xFE" + utf16_bytes(text) : to_utf8(text);
-    if (fwrite(bytes.data(), 1, bytes.size(), streams.out) != bytes.size() || fflush(streams.out) != 0) {
-        perror("kaltoreg: export");
-        return kFailed;
-    }
-    return kDone;
+    fwrite(bytes.data(), 1, bytes.size(), streams.out);
+    return status;
 }
 
 } // namespace kaltoreg

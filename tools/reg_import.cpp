@@ -4,7 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
+#include <kalto/errors.h>
 
 namespace kaltoreg {
 namespace {
@@ -22,21 +22,24 @@ bool read_all(const std::string& path, std::string& bytes) {
     return good;
 }
 
-// Deleting what is not there is done already.
-LONG unless_missing(LONG error) {
-    return error == 2 ? 0 : error;
-}
-
-LONG apply(const Change& change) {
-    if (change.kind == Change::kDeleteKey)
-        return unless_missing(RegDeleteKey(change.key.root, change.key.path.c_str()));
+// `changed` is set when there is something to save.
+LONG apply(const Change& change, bool& changed) {
+    LONG error = ERROR_SUCCESS;
+    bool created = false;
     Key key;
-    const LONG error = key.create(change.key);
-    if (error != 0 || change.kind == Change::kCreateKey)
-        return error;
-    if (change.kind == Change::kDeleteValue)
-        return unless_missing(RegDeleteValue(key.get(), change.value.name.c_str()));
-    return key.write(change.value);
+    if (change.kind == Change::kDeleteKey) {
+        error = RegDeleteKey(change.key.root, change.key.path.c_str());
+    } else {
+        error = key.create(change.key, &created);
+        changed = changed || created;
+        if (error != ERROR_SUCCESS || change.kind == Change::kCreateKey)
+            return error;
+        error = change.kind == Change::kDeleteValue ? RegDeleteValue(key.get(), change.value.name.c_str())
+                                                    : key.write(change.value);
+    }
+    changed = changed || error == ERROR_SUCCESS;
+    // Deleting what is not there is done already.
+    return error == ERROR_FILE_NOT_FOUND && change.kind != Change::kSetValue ? ERROR_SUCCESS : error;
 }
 
 } // namespace
@@ -64,16 +67,19 @@ Status import_file(const Arguments& arguments, const Streams& streams) {
     LONG error = root.open({HKEY_LOCAL_MACHINE, L""});
     if (error != 0)
         return report(error, L"HKEY_LOCAL_MACHINE", streams);
+    bool changed = false;
     for (const Change& change : changes) {
-        error = apply(change);
+        error = apply(change, changed);
         if (error != 0) {
             fprintf(streams.err, "%s:%d: ", path, change.line);
             report(error, change.key.full(), streams);
-            fputs("kaltoreg: what stands before that line was imported\n", streams.err);
-            return kFailed;
+            fputs("kaltoreg: what stands before that line is imported\n", streams.err);
+            break;
         }
     }
-    return root.close() || changes.empty() ? kDone : report_unsaved(streams);
+    if (!root.close() && changed)
+        return report_unsaved(streams);
+    return error == 0 ? kDone : kFailed;
 }
 
 } // namespace kaltoreg

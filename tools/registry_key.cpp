@@ -1,9 +1,13 @@
 // Keys and values over the library's interface.
 #include "tools/registry_key.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <cwchar>
+#include <fcntl.h>
 #include <kalto/errors.h>
+#include <unistd.h>
 
 namespace kaltoreg {
 namespace {
@@ -55,15 +59,19 @@ std::wstring KeyName::full() const {
     return path.empty() ? text : text + L"\\" + path;
 }
 
+std::wstring KeyName::last() const {
+    return path.substr(path.rfind(L'\\') + 1);
+}
+
 bool parse_key(const std::wstring& text, KeyName& name) {
     const std::wstring first = text.substr(0, text.find(L'\\'));
     for (const auto& known : kRoots) {
         if (wcscasecmp(first.c_str(), known.name) != 0 && wcscasecmp(first.c_str(), known.shorter) != 0)
             continue;
         name.root = root_of(known.number);
-        name.path = first.size() < text.size() ? text.substr(first.size() + 1) : L"";
-        if (!name.path.empty() && name.path.back() == L'\\')
-            name.path.pop_back();
+        name.path = text.substr(first.size());
+        name.path.erase(0, name.path.find_first_not_of(L'\\'));
+        name.path.erase(name.path.find_last_not_of(L'\\') + 1);
         return true;
     }
     return false;
@@ -130,9 +138,13 @@ const char* type_text(DWORD type) {
     }
 }
 
-LONG Key::create(const KeyName& name) {
-    return RegCreateKeyEx(name.root, name.path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key_,
-                          nullptr);
+LONG Key::create(const KeyName& name, bool* created) {
+    DWORD disposition = 0;
+    const LONG error = RegCreateKeyEx(name.root, name.path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                      &key_, &disposition);
+    if (created != nullptr)
+        *created = disposition == REG_CREATED_NEW_KEY;
+    return error;
 }
 
 bool Key::close() {
@@ -160,24 +172,32 @@ LONG Key::sub_keys(std::vector<std::wstring>& names) const {
     }
 }
 
+// By its index, because a value that stands unsorted in a hand-edited file is listed but not found.
+LONG Key::value_at(DWORD index, std::vector<wchar_t>& name, Value& out) const {
+    DWORD size = 0;
+    auto length = static_cast<DWORD>(name.size());
+    LONG error = RegEnumValue(key_, index, name.data(), &length, nullptr, &out.type, nullptr, &size);
+    if (error != ERROR_SUCCESS && error != ERROR_MORE_DATA)
+        return error;
+    out.name = name.data();
+    out.data.resize(size);
+    length = static_cast<DWORD>(name.size());
+    error = RegEnumValue(key_, index, name.data(), &length, nullptr, &out.type, out.data.data(), &size);
+    out.data.resize(size);
+    return error;
+}
+
 LONG Key::values(std::vector<Value>& values) const {
     std::vector<wchar_t> name(256);
-    for (DWORD i = 0;; ++i) {
+    for (;;) {
         Value value;
-        auto length = static_cast<DWORD>(name.size());
-        LONG error = RegEnumValue(key_, i, name.data(), &length, nullptr, nullptr, nullptr, nullptr);
-        if (error == ERROR_INVALID_PARAMETER) {
+        const LONG error = value_at(static_cast<DWORD>(values.size()), name, value);
+        if (error == ERROR_INVALID_PARAMETER)
             name.resize(name.size() * 2);
-            --i;
-            continue;
-        }
-        if (error == ERROR_NO_MORE_ITEMS)
-            return ERROR_SUCCESS;
-        if (error == ERROR_SUCCESS)
-            error = this->value(name.data(), value);
-        if (error != ERROR_SUCCESS)
-            return error;
-        values.push_back(std::move(value));
+        else if (error != ERROR_SUCCESS)
+            return error == ERROR_NO_MORE_ITEMS ? ERROR_SUCCESS : error;
+        else
+            values.push_back(std::move(value));
     }
 }
 
@@ -203,10 +223,48 @@ bool saved_since(const struct stat& before) {
            before.st_mtim.tv_nsec != g_stRegFileStats.st_mtim.tv_nsec;
 }
 
+namespace {
+
+// Whether the registry's file is there and can be opened, as after every call that could; says why if not.
+bool file_opens(const Streams& streams) {
+    std::string path;
+    const int fd = open(SetSandboxPathToFile("/var/zel/registry.xml", path).c_str(), O_RDWR | O_CLOEXEC);
+    if (fd == -1)
+        fprintf(streams.err, "kaltoreg: %s: %s\n", path.c_str(), strerror(errno));
+    else
+        close(fd);
+    return fd != -1;
+}
+
+} // namespace
+
+Status keys_below(const Key& key, const KeyName& name, std::vector<KeyName>& below, const Streams& streams) {
+    std::vector<std::wstring> names;
+    const LONG error = key.sub_keys(names);
+    if (error != 0)
+        return report(error, name.full(), streams);
+    Status status = kDone;
+    for (const std::wstring& child : names) {
+        HKEY opened = nullptr;
+        const KeyName child_name{name.root, name.path.empty() ? child : name.path + L"\\" + child};
+        if (!child.empty() && RegOpenKeyEx(key.get(), child.c_str(), 0, KEY_READ, &opened) == ERROR_SUCCESS) {
+            RegCloseKey(opened);
+            below.push_back(child_name);
+            continue;
+        }
+        fprintf(streams.err, "kaltoreg: %s: is in the file, but no path leads to it; see 'kaltoreg verify'\n",
+                to_utf8(child_name.full()).c_str());
+        status = kNo;
+    }
+    return status;
+}
+
 Status report(LONG error, const std::wstring& what, const Streams& streams) {
     const char* reason = "failed";
     switch (error) {
     case ERROR_FILE_NOT_FOUND:
+        if (!file_opens(streams))
+            return kFailed;
         reason = "not found";
         break;
     case ERROR_INVALID_PARAMETER:

@@ -16,6 +16,7 @@ struct KeyName {
     HKEY root = nullptr;
     std::wstring path; // without backslashes at its ends
     std::wstring full() const;
+    std::wstring last() const; // component of the path
 };
 
 // Reads "HKLM\a\b"; false when it does not begin with a root.
@@ -46,19 +47,27 @@ class Key {
     Key& operator=(const Key&) = delete;
 
     LONG open(const KeyName& name) { return RegOpenKeyEx(name.root, name.path.c_str(), 0, KEY_READ, &key_); }
-    LONG create(const KeyName& name);
+    // *created (may be null): whether it was not there.
+    LONG create(const KeyName& name, bool* created = nullptr);
     // Closes it. False when something was changed and could not be saved.
     bool close();
     HKEY get() const { return key_; }
 
+    // As they are listed, whether a look-up finds them or not.
     LONG sub_keys(std::vector<std::wstring>& names) const;
     LONG values(std::vector<Value>& values) const;
     LONG value(const std::wstring& name, Value& out) const;
     LONG write(const Value& value);
 
   private:
+    LONG value_at(DWORD index, std::vector<wchar_t>& name, Value& out) const;
+
     HKEY key_ = nullptr;
 };
+
+// The sub-keys of an open key that a path leads to. Names the others, which a hand-edited file may have:
+// those without a name, and those that stand unsorted. kNo if there are any.
+Status keys_below(const Key& key, const KeyName& name, std::vector<KeyName>& below, const Streams& streams);
 
 // Whether the library has written the registry file since `before` was taken of g_stRegFileStats.
 bool saved_since(const struct stat& before);

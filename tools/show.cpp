@@ -1,6 +1,8 @@
 // The commands that show keys: query and tree.
 #include "tools/registry_key.h"
 
+#include <algorithm>
+
 namespace kaltoreg {
 namespace {
 
@@ -22,19 +24,16 @@ Status print_values(const Key& key, const KeyName& name, const std::string& inde
 Status print_tree(const KeyName& name, const std::wstring& shown, std::string indent,
                   const Streams& streams) {
     Key key;
-    LONG error = key.open(name);
-    std::vector<std::wstring> below;
-    if (error == 0)
-        error = key.sub_keys(below);
+    const LONG error = key.open(name);
     if (error != 0)
         return report(error, name.full(), streams);
     fprintf(streams.out, "%s%s\n", indent.c_str(), to_utf8(shown).c_str());
     indent += "  ";
     Status status = print_values(key, name, indent + "= ", streams);
-    for (const std::wstring& child : below)
-        if (status == kDone)
-            status = print_tree({name.root, name.path.empty() ? child : name.path + L"\\" + child}, child,
-                                indent, streams);
+    std::vector<KeyName> below;
+    status = std::max(status, keys_below(key, name, below, streams));
+    for (const KeyName& child : below)
+        status = std::max(status, print_tree(child, child.last(), indent, streams));
     return status;
 }
 

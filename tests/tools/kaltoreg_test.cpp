@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 #include <fcntl.h>
-#include <semaphore.h>
+#include <unistd.h>
 
 namespace {
 
@@ -66,6 +66,7 @@ TEST_F(Kaltoreg, WrongUsageIsTwoAndChangesNothing) {
         {"set", "HKLM\\a", "n", "REG_BINARY", "1"},
         {"set", "HKLM\\a", "n", "REG_EXPAND_SZ", "x"},
         {"delete", "HKLM"},
+        {"delete", "HKLM\\\\\\"},
         {"export", "--utf8", "HKLM"},
         {"import", "/no/such/file"},
         {"unlock", "--now"},
@@ -118,6 +119,8 @@ TEST_F(Kaltoreg, ImportUnderstandsTheUsualForms) {
     EXPECT_EQ(out({"tree", "HKCU"}), "HKEY_CURRENT_USER\n  k\n    = (default)  REG_SZ  two\nlines\n"
                                      "    = d  REG_DWORD  0x2a\n    = h  REG_BINARY  00 01 ff\n"
                                      "    = n  REG_DWORD  0x201\n    = s  REG_SZ  a\n");
+    write("REGEDIT4\n[HKCU\\k]\n\"never\"=-\n[-HKCU\\never]\n", "in.reg");
+    EXPECT_EQ(run({"import", path("in.reg")}).err, "") << "nothing to save is not a save that failed";
 }
 
 TEST_F(Kaltoreg, TextThatIsNotUnderstoodIsNamedByItsLineAndNotApplied) {
@@ -148,8 +151,28 @@ TEST_F(Kaltoreg, TextThatIsNotUnderstoodIsNamedByItsLineAndNotApplied) {
             << c.text << result.err;
         EXPECT_EQ(status({"query", "HKLM\\k"}), 1);
     }
-    write("\xFF\xFE" + std::string("\x00\xD8", 2), "in.reg");
-    EXPECT_EQ(status({"import", path("in.reg")}), 2) << "half a surrogate pair";
+    const std::string half_a_pair("\xFF\xFE\x00\xD8", 4);
+    const std::string with_zero = std::string("REGEDIT4\n[HKLM\\k]\n") + '\0' + "\"v\"=\"x\"\n";
+    for (const std::string& bytes : {half_a_pair, with_zero}) {
+        write(bytes, "in.reg");
+        EXPECT_EQ(status({"import", path("in.reg")}), 2);
+    }
+    EXPECT_EQ(status({"query", "HKLM\\k"}), 1);
+}
+
+TEST_F(Kaltoreg, AHandEditedFileIsShownAsFarAsPathsLead) {
+    write_registry("<k Name='HKEY_LOCAL_MACHINE'>\n<k Name='z'><k/></k>\n<k Name='b'/>\n"
+                   "<v Name='c' value='1' type='REG_SZ'/>\n</k>");
+    const Result tree = run({"tree", "HKLM"});
+    EXPECT_EQ(tree.status, 1);
+    EXPECT_EQ(tree.out, "HKEY_LOCAL_MACHINE\n  = c  REG_SZ  1\n  z\n");
+    EXPECT_NE(tree.err.find("MACHINE\\b: is in the file, but no path"), std::string::npos) << tree.err;
+    EXPECT_NE(tree.err.find("MACHINE\\z\\: is in the file, but no path"), std::string::npos) << tree.err;
+    const Result exported = run({"export", "HKLM"});
+    EXPECT_EQ(exported.status, 1);
+    EXPECT_EQ(exported.out, "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE]\n\"c\"=\"1\"\n\n"
+                            "[HKEY_LOCAL_MACHINE\\z]\n");
+    EXPECT_EQ(exported.err, tree.err);
 }
 
 TEST_F(Kaltoreg, VerifyNamesEveryFaultAndItsPlace) {
@@ -188,8 +211,16 @@ TEST_F(Kaltoreg, UnlockShowsAndFreesALockThatADeadProcessLeft) {
     EXPECT_EQ(out({"unlock"}), "free\n");
 }
 
-TEST_F(Kaltoreg, ASaveThatFailsIsReported) {
-    EXPECT_EQ(status({"query", "HKLM"}), 0);
+TEST_F(Kaltoreg, WhatCannotBeOpenedWrittenOrSavedIsReported) {
+    ASSERT_EQ(mkdir(path().c_str(), 0755), 0);
+    EXPECT_EQ(run({"query", "HKLM"}).err, "kaltoreg: " + path() + ": Is a directory\n");
+    EXPECT_EQ(status({"query", "HKLM"}), 2);
+    EXPECT_EQ(status({"verify"}), 2);
+    ASSERT_EQ(rmdir(path().c_str()), 0);
+    const kaltoreg::Streams full{fopen("/dev/full", "w"), fopen("/dev/null", "w")};
+    EXPECT_EQ(kaltoreg::run({"--sandbox", directory, "tree", "HKLM"}, full), 2);
+    fclose(full.out);
+    fclose(full.err);
     ASSERT_EQ(system(("mkdir " + path(kPending)).c_str()), 0);
     EXPECT_EQ(status({"set", "HKLM\\a", "n", "REG_DWORD", "1"}), 2);
 }
