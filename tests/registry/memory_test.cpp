@@ -62,7 +62,6 @@ TEST_F(Memory, ExhaustedAtAnyAllocationIsReportedAndPasses) {
         SCOPED_TRACE(allocation);
         unlink(path().c_str());
         const int status = in_child([&] {
-            g_lockSuffix.reserve(100);
             g_log.reserve(100);
             g_allocationsLeft = allocation;
             const LONG error = some_calls();

@@ -13,9 +13,11 @@
 // The texts that went to syslog, as "priority: text".
 extern std::vector<std::string> g_log;
 
-// The real lock is one for the machine: a test that dies with it held would stop all others. Each program
-// opens one whose name ends in this suffix instead.
-extern std::string g_lockSuffix;
+// The real lock is one for the machine, and outlives who dies with it held. Here it is memory that a process
+// shares with the children it forks, and that goes with them. How it was made ("name mode value", "" while it
+// was not), and the errno of opening it, if that is to fail.
+extern char g_lockMade[64];
+extern int g_lockError;
 
 class Sandbox : public ::testing::Test {
   public:
