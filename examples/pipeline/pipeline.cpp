@@ -80,6 +80,9 @@ DWORD WINAPI Work(LPVOID parameter) {
     Counts counts;
     while (WaitForMultipleObjects(2, stopOrLine, FALSE, INFINITE) == WAIT_OBJECT_0 + 1)
         CountWords(Take(pipeline), counts);
+    // The last line may have come between the looks at the two: at the end the queue is looked at once more.
+    while (WaitForSingleObject(pipeline.lines, 0) == WAIT_OBJECT_0)
+        CountWords(Take(pipeline), counts);
 
     WaitForSingleObject(pipeline.mutex, INFINITE);
     for (const auto& entry : counts)
