@@ -1,9 +1,28 @@
 // From the text of an expression to its records, or to its error.
-#include "tests/xml/xpath_model.h"
-
 #include <gtest/gtest.h>
+#include <kalto/xml.h>
+#include <kalto/xpath.h>
+#include <memory>
+#include <string>
 
 namespace {
+
+// Each record as [/]axis:kind[#index][ name][ @attribute][ =value].
+std::string show(const CVurlXPParseList& list) {
+    std::string text;
+    const auto part = [&text](const char* sign, const char* s) { text += s ? std::string(sign) + s : ""; };
+    for (const CVurlXPNode* cell = list.head; cell; cell = cell->next) {
+        const XPathAction& record = *static_cast<const XPathAction*>(cell->data);
+        text += text.empty() ? "" : ", ";
+        text += (record.absolute ? "/" : "") + std::to_string(record.axis) + ":" +
+                std::to_string(record.tokenKind);
+        text += record.index != -1 ? "#" + std::to_string(record.index) : "";
+        part(" ", record.name);
+        part(" @", record.attributeName);
+        part(" =", record.value);
+    }
+    return text;
+}
 
 // The engine's records for an expression, on a document in which nothing matches, and its error.
 std::string records_and_error(const char* expression, int error) {
@@ -53,6 +72,10 @@ TEST(XPathLexer, MakesTheseRecords) {
                  {"a[b]//c", "3:25 a, 12:36 b, /3:25 c"},
                  {"/a[b='t']//c", "/3:25 a, 12:20 b =t, 5:47, 3:25 c"},
                  {"a/[b]c", "3:25 a, 12:36 b, 3:25 c"},
+                 {"/a[b]2//", "/3:25 a, 12:36 b, 3:33#2, 5:33"},
+                 {"a[@x]@y", "3:25 a, 12:36 @x, 2:6 @y"},
+                 {"/..//[b]", "/9:38#0, 5:38, 12:36 b"},
+                 {"a b\x01\x1f", "3:25 ab"},
                  {"a[@x='']", "3:25 a, 12:20 @x ="},
                  {"a[@x='p]q']", "3:25 a, 12:20 @x =p]q"},
                  {" a [ @id\t=\n'x y' ] ", "3:25 a, 12:20 @id =x y"},
