@@ -47,6 +47,11 @@ template <typename Function> Function* real(const char* name, Function* /*type*/
 
 #define INTERPOSED extern "C" __attribute__((visibility("default")))
 #define REAL(name) real(#name, &name)
+// A function in front of the C library's, which counts and does nothing else.
+#define COUNTED(call, result, name, parameters, ...)                                                         \
+    INTERPOSED result name parameters {                                                                      \
+        return hit(call) ? -1 : REAL(name)(__VA_ARGS__);                                                     \
+    }
 
 INTERPOSED int open(const char* path, int flags, ...) {
     va_list arguments;
@@ -65,10 +70,6 @@ INTERPOSED int close(int fd) {
     return fails ? -1 : result;
 }
 
-INTERPOSED ssize_t read(int fd, void* buffer, size_t size) {
-    return hit(Call::reads) ? -1 : REAL(read)(fd, buffer, size);
-}
-
 INTERPOSED ssize_t write(int fd, const void* buffer, size_t size) {
     if (hit(Call::writes))
         return -1;
@@ -76,30 +77,12 @@ INTERPOSED ssize_t write(int fd, const void* buffer, size_t size) {
     return REAL(write)(fd, buffer, half ? size / 2 : size);
 }
 
-INTERPOSED int fsync(int fd) {
-    return hit(Call::writes) ? -1 : REAL(fsync)(fd);
-}
-
-INTERPOSED int rename(const char* from, const char* to) noexcept {
-    return hit(Call::writes) ? -1 : REAL(rename)(from, to);
-}
-
-INTERPOSED int unlink(const char* path) noexcept {
-    return hit(Call::writes) ? -1 : REAL(unlink)(path);
-}
-
-INTERPOSED int stat(const char* path, struct stat* status) noexcept {
-    return hit(Call::reads) ? -1 : REAL(stat)(path, status);
-}
-
-INTERPOSED int fstat(int fd, struct stat* status) noexcept {
-    return hit(Call::reads) ? -1 : REAL(fstat)(fd, status);
-}
-
-INTERPOSED int utimensat(int folder, const char* path, const struct timespec* times, int flags) noexcept {
-    return hit(Call::writes) ? -1 : REAL(utimensat)(folder, path, times, flags);
-}
-
-INTERPOSED int sem_wait(sem_t* semaphore) {
-    return hit(Call::reads) ? -1 : REAL(sem_wait)(semaphore);
-}
+COUNTED(Call::reads, ssize_t, read, (int fd, void* buffer, size_t size), fd, buffer, size)
+COUNTED(Call::reads, int, stat, (const char* path, struct stat* status) noexcept, path, status)
+COUNTED(Call::reads, int, fstat, (int fd, struct stat* status) noexcept, fd, status)
+COUNTED(Call::reads, int, sem_wait, (sem_t * semaphore), semaphore)
+COUNTED(Call::writes, int, fsync, (int fd), fd)
+COUNTED(Call::writes, int, rename, (const char* from, const char* to) noexcept, from, to)
+COUNTED(Call::writes, int, unlink, (const char* path) noexcept, path)
+COUNTED(Call::writes, int, utimensat, (int at, const char* path, const timespec* times, int flags) noexcept,
+        at, path, times, flags)

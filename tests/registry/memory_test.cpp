@@ -3,8 +3,6 @@
 #include "sandbox.h"
 
 #include <cstdlib>
-#include <cstring>
-#include <dlfcn.h>
 
 // The sanitizers have allocators of their own, which must not be replaced.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
@@ -41,17 +39,13 @@ LONG some_calls() {
     HKEY key = nullptr;
     LONG error = RegCreateKeyEx(HKEY_USERS, L"a key with a name of some length\\and one more below it", 0,
                                 nullptr, 0, 0, nullptr, &key, nullptr);
-    if (error != ERROR_SUCCESS)
-        return error;
     wchar_t name[] = L"a value with a name of some length A";
-    const size_t last = wcslen(name) - 1;
-    for (int i = 0; i < 20 && error == ERROR_SUCCESS; ++i, ++name[last])
-        error = RegSetValueEx(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(name), sizeof name);
-    wchar_t text[64];
-    DWORD size = sizeof text;
+    for (int i = 0; i < 20 && error == ERROR_SUCCESS; ++i, ++name[std::size(name) - 2])
+        error = set_string(key, name, name);
+    DWORD size = sizeof name;
     if (error == ERROR_SUCCESS)
         error = RegQueryValueEx(key, L"a value with a name of some length C", nullptr, nullptr,
-                                reinterpret_cast<LPBYTE>(text), &size);
+                                reinterpret_cast<LPBYTE>(name), &size);
     RegCloseKey(key);
     return error;
 }

@@ -5,28 +5,26 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
-#include <ftw.h>
 #include <mutex>
 #include <semaphore.h>
 #include <sstream>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <syslog.h>
 #include <unistd.h>
 
 std::vector<std::string> g_log;
-
 char g_lockMade[64];
 int g_lockError = 0;
 
 namespace {
 
 sem_t* g_lock = nullptr;
+std::mutex g_guard;
 
 void new_lock() {
     void* shared = mmap(nullptr, sizeof(sem_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -39,8 +37,7 @@ void new_lock() {
 #define INTERPOSED extern "C" __attribute__((visibility("default")))
 
 INTERPOSED sem_t* sem_open(const char* name, int flags, ...) {
-    static std::mutex guard;
-    const std::lock_guard<std::mutex> lock(guard);
+    const std::lock_guard<std::mutex> lock(g_guard);
     va_list arguments;
     va_start(arguments, flags);
     errno = g_lockError;
@@ -54,48 +51,33 @@ INTERPOSED sem_t* sem_open(const char* name, int flags, ...) {
     return errno == 0 ? g_lock : SEM_FAILED;
 }
 
-INTERPOSED void vsyslog(int priority, const char* format, va_list arguments) {
-    static std::mutex guard;
-    char text[1024];
-    vsnprintf(text, sizeof text, format, arguments);
-    const std::lock_guard<std::mutex> lock(guard);
-    g_log.push_back(std::to_string(priority) + ": " + text);
-}
-
 INTERPOSED void syslog(int priority, const char* format, ...) {
+    const std::lock_guard<std::mutex> lock(g_guard);
+    char text[1024];
     va_list arguments;
     va_start(arguments, format);
-    vsyslog(priority, format, arguments);
+    vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
+    g_log.push_back(std::to_string(priority) + ": " + text);
 }
-
-namespace {
-
-int remove_entry(const char* path, const struct stat*, int, struct FTW*) {
-    return remove(path);
-}
-
-} // namespace
 
 Sandbox::Sandbox() {
     setlocale(LC_ALL, "C.UTF-8");
     char name[] = "/tmp/kalto_registry_XXXXXX";
     directory = mkdtemp(name);
-    mkdir((directory + "/var").c_str(), 0755);
-    mkdir((directory + "/var/zel").c_str(), 0755);
+    std::filesystem::create_directories(directory + "/var/zel");
     g_sandboxDir = directory.c_str();
     new_lock();
 }
 
 Sandbox::~Sandbox() {
     g_sandboxDir = "";
-    nftw(directory.c_str(), remove_entry, 8, FTW_DEPTH | FTW_PHYS);
+    std::filesystem::remove_all(directory);
 }
 
 std::string Sandbox::read(const char* name) const {
-    std::ifstream file(path(name));
     std::ostringstream text;
-    text << file.rdbuf();
+    text << std::ifstream(path(name)).rdbuf();
     return text.str();
 }
 
@@ -136,13 +118,27 @@ HKEY open_key(const wchar_t* path, HKEY root) {
 
 HKEY create_key(const wchar_t* path, HKEY root) {
     HKEY key = nullptr;
-    const LONG error = RegCreateKeyEx(root, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
-    return error == ERROR_SUCCESS ? key : nullptr;
+    RegCreateKeyEx(root, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
+    return key;
+}
+
+LONG open_code(HKEY parent, const wchar_t* path) {
+    HKEY key = nullptr;
+    const LONG error = RegOpenKeyEx(parent, path, 0, KEY_READ, &key);
+    RegCloseKey(key);
+    return error;
+}
+
+LONG create_code(HKEY parent, const std::wstring& path) {
+    HKEY key = nullptr;
+    const LONG error = RegCreateKeyEx(parent, path.c_str(), 0, nullptr, 0, 0, nullptr, &key, nullptr);
+    RegCloseKey(key);
+    return error;
 }
 
 LONG set_string(HKEY key, const wchar_t* name, const wchar_t* text) {
-    return RegSetValueEx(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text),
-                         static_cast<DWORD>((wcslen(text) + 1) * sizeof(wchar_t)));
+    const auto size = static_cast<DWORD>((wcslen(text) + 1) * sizeof(wchar_t));
+    return RegSetValueEx(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), size);
 }
 
 LONG set_number(HKEY key, const wchar_t* name, DWORD number) {
@@ -150,37 +146,36 @@ LONG set_number(HKEY key, const wchar_t* name, DWORD number) {
 }
 
 std::wstring get_string(HKEY key, const wchar_t* name) {
-    std::vector<wchar_t> buffer(4096);
-    DWORD size = static_cast<DWORD>(buffer.size() * sizeof(wchar_t));
-    const LONG error =
-        RegQueryValueEx(key, name, nullptr, nullptr, reinterpret_cast<LPBYTE>(buffer.data()), &size);
-    return error == ERROR_SUCCESS ? buffer.data() : L"error " + std::to_wstring(error);
+    wchar_t text[4096];
+    DWORD size = sizeof text;
+    const LONG error = RegQueryValueEx(key, name, nullptr, nullptr, reinterpret_cast<LPBYTE>(text), &size);
+    return error == ERROR_SUCCESS ? text : L"error " + std::to_wstring(error);
 }
 
 long long get_number(HKEY key, const wchar_t* name) {
     DWORD number = 0;
     DWORD size = sizeof number;
     const LONG error = RegQueryValueEx(key, name, nullptr, nullptr, reinterpret_cast<LPBYTE>(&number), &size);
-    return error == ERROR_SUCCESS ? static_cast<long long>(number) : -static_cast<long long>(error);
+    return error == ERROR_SUCCESS ? number : -static_cast<long long>(error);
 }
 
 long long number_at(const wchar_t* path, const wchar_t* name) {
-    HKEY key = nullptr;
-    const LONG error = RegOpenKeyEx(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, &key);
-    if (error != ERROR_SUCCESS)
-        return -static_cast<long long>(error);
+    HKEY key = open_key(path);
     const long long number = get_number(key, name);
     RegCloseKey(key);
     return number;
 }
 
-std::vector<std::wstring> sub_keys(HKEY key) {
-    std::vector<std::wstring> names;
+std::wstring sub_key(HKEY key, DWORD index) {
     wchar_t name[256];
     DWORD length = 256;
-    for (DWORD i = 0; RegEnumKeyEx(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) == 0; ++i) {
-        names.emplace_back(name);
-        length = 256;
-    }
+    return RegEnumKeyEx(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == 0 ? name : L"end";
+}
+
+std::vector<std::wstring> sub_keys(HKEY key) {
+    std::vector<std::wstring> names;
+    for (DWORD i = 0; names.empty() || names.back() != L"end"; ++i)
+        names.push_back(sub_key(key, i));
+    names.pop_back();
     return names;
 }

@@ -44,8 +44,12 @@ class Sandbox : public ::testing::Test {
 // ended it. Expectations that fail in the child make its status 99.
 int in_child(const std::function<int()>& work);
 
+// Null when that fails.
 HKEY open_key(const wchar_t* path, HKEY root = HKEY_LOCAL_MACHINE);
 HKEY create_key(const wchar_t* path, HKEY root = HKEY_LOCAL_MACHINE);
+// The result of opening or creating a key, which is closed again.
+LONG open_code(HKEY parent, const wchar_t* path);
+LONG create_code(HKEY parent, const std::wstring& path);
 LONG set_string(HKEY key, const wchar_t* name, const wchar_t* text);
 LONG set_number(HKEY key, const wchar_t* name, DWORD number);
 // The text, or "error N" in place of it.
@@ -54,6 +58,8 @@ std::wstring get_string(HKEY key, const wchar_t* name);
 long long get_number(HKEY key, const wchar_t* name);
 // Opens, reads and closes.
 long long number_at(const wchar_t* path, const wchar_t* name);
+// The name of a sub-key, or "end".
+std::wstring sub_key(HKEY key, DWORD index);
 std::vector<std::wstring> sub_keys(HKEY key);
 
 #endif
