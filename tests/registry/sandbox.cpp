@@ -8,10 +8,8 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <mutex>
 #include <semaphore.h>
-#include <sstream>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -73,24 +71,6 @@ Sandbox::Sandbox() {
 Sandbox::~Sandbox() {
     g_sandboxDir = "";
     std::filesystem::remove_all(directory);
-}
-
-std::string Sandbox::read(const char* name) const {
-    std::ostringstream text;
-    text << std::ifstream(path(name)).rdbuf();
-    return text.str();
-}
-
-void Sandbox::write(const std::string& text, const char* name) const {
-    std::ofstream(path(name)) << text;
-}
-
-bool Sandbox::exists(const char* name) const {
-    return access(path(name).c_str(), F_OK) == 0;
-}
-
-void Sandbox::write_registry(const std::string& inside) const {
-    write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Registry>\n" + inside + "\n</Registry>\n");
 }
 
 void Sandbox::set_time(time_t seconds, long nanoseconds) const {

