@@ -1,36 +1,46 @@
 // Where the pieces of a written document go: counted, copied to the document's buffer, or handed to whatever
-// sink an application has selected. Each takes pieces (put), whole strings (string), and the part of a string
-// up to the next character that is to be replaced (run), which returns the place of that character, of a "#",
-// or of the end.
+// sink an application has selected. Each takes pieces (put), whole strings (string), and strings in which
+// characters are replaced (converted): those up to the end, or up to a "<!", which may begin a CDATA section
+// and is left to the caller. converted returns the place where it stopped.
 #ifndef KALTO_XML_OUTPUT_SINKS_H
 #define KALTO_XML_OUTPUT_SINKS_H
 
+#include "xml/chunk.h"
 #include "xml/records.h"
-#include "xml/word_scan.h"
 #include <climits>
 #include <cstring>
 
 namespace kalto {
 
-constexpr size_t kPairSize = 2 * sizeof(Word);
-constexpr char kMarkup[] = "&<>\"'#";
+// Both bytes are compared in one step: nobody can predict which of the replaced characters is a "<".
+inline bool may_open_section(const char* text) {
+    return std::memcmp(text, "<!", 2) == 0;
+}
 
-// The block in which most strings of a document lie. A pair of words may be read at a place in it, whatever
-// stands behind the string; elsewhere strings are looked at byte by byte.
+// The pool block in which most strings of a document lie: what stands behind a string in it may be read, so
+// that many bytes can be looked at at once. Strings elsewhere are looked at byte by byte.
 class StringBlock {
   public:
     explicit StringBlock(CVurlMemPool* pool) {
-        for (unsigned size = 0; pool != nullptr; pool = pool->pNext) {
+        unsigned size = 0;
+        for (; pool != nullptr; pool = pool->pNext) {
             if (pool->nSize < size)
                 continue;
             size = pool->nSize;
             begin_ = reinterpret_cast<std::uintptr_t>(pool_data(pool));
-            places_ = size < kPairSize ? 0 : size - kPairSize + 1;
         }
+        places_ = size <= Chunk::kSize ? 0 : size - Chunk::kSize;
     }
-    bool holds_pair(const char* p) const { return reinterpret_cast<std::uintptr_t>(p) - begin_ < places_; }
+    // A chunk and one more byte may be read at p.
+    bool holds_chunk(const char* p) const { return offset(p) < places_; }
+    // Two blocks may be read at p.
+    bool holds_blocks(const char* p) const {
+        return holds_chunk(p) && places_ - offset(p) > 2 * kBlockSize - Chunk::kSize;
+    }
 
   private:
+    std::uintptr_t offset(const char* p) const { return reinterpret_cast<std::uintptr_t>(p) - begin_; }
+
     std::uintptr_t begin_ = 0;
     std::uintptr_t places_ = 0;
 };
@@ -63,15 +73,24 @@ class Replacements {
 };
 inline constexpr Replacements kReplacements;
 
-struct ZeroFlags {
-    static Word flags(Word word) { return flag_zero(word); }
-    static size_t rest(const char* text) { return std::strlen(text); }
-};
-
-struct MarkupFlags {
-    static Word flags(Word word) { return flag_markup(word); }
-    static size_t rest(const char* text) { return std::strcspn(text, kMarkup); }
-};
+// How much longer the replacements make the chunk at p.
+inline size_t growth(const char* p) {
+#ifdef __SSE2__
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const auto more = [bytes](char c, char by) {
+        return _mm_and_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)), _mm_set1_epi8(by));
+    };
+    const __m128i each = _mm_or_si128(_mm_or_si128(more('&', 4), _mm_or_si128(more('<', 3), more('>', 3))),
+                                      _mm_or_si128(more('"', 5), more('\'', 5)));
+    const __m128i sums = _mm_sad_epu8(each, _mm_setzero_si128());
+    return static_cast<size_t>(_mm_cvtsi128_si32(sums) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
+#else
+    size_t more = 0;
+    for (size_t i = 0; i < Chunk::kSize; ++i)
+        more += kReplacements.length(p[i]) - 1;
+    return more;
+#endif
+}
 
 class Counter {
   public:
@@ -79,23 +98,47 @@ class Counter {
     std::uint64_t size() const { return size_; }
     KALTO_HOT void put(const char* /*text*/, size_t length) { size_ += length; }
     KALTO_HOT void padded(const char* text, size_t length) { put(text, length); }
-    void replacement(char c) { size_ += kReplacements.length(c); }
-    KALTO_HOT void string(const char* text) { size_ += static_cast<size_t>(find<ZeroFlags>(text) - text); }
-    KALTO_HOT const char* run(const char* text) {
-        const char* end = find<MarkupFlags>(text);
-        size_ += static_cast<size_t>(end - text);
-        return end;
+    KALTO_HOT void string(const char* text) {
+        for (; block_.holds_chunk(text); text += Chunk::kSize, size_ += Chunk::kSize) {
+            const Flags end = Chunk(text).equal('\0');
+            if (end.any()) {
+                size_ += end.first();
+                return;
+            }
+        }
+        size_ += std::strlen(text);
+    }
+    KALTO_HOT const char* converted(const char* text) {
+        for (; block_.holds_chunk(text); text += Chunk::kSize, size_ += Chunk::kSize) {
+            const Flags flags = markup_or_end(Chunk(text));
+            if (flags.any()) {
+                size_ += flags.first();
+                text += flags.first();
+                break;
+            }
+        }
+        if (*text == '\0')
+            return text;
+        Counter outside = *this; // so that this one has no address and can stay in registers
+        text = outside.marked(text);
+        *this = outside;
+        return text;
     }
 
   private:
-    template <class Flags> KALTO_HOT const char* find(const char* text) const {
-        for (; block_.holds_pair(text); text += kPairSize) {
-            const Word first = Flags::flags(load_word(text));
-            const Word second = Flags::flags(load_word(text + sizeof(Word)));
-            if ((first | second) != 0)
-                return text + first_flag(first, second);
+    // The rest of a text from a character on that is to be replaced.
+    [[gnu::noinline]] const char* marked(const char* text) {
+        while (block_.holds_chunk(text)) {
+            const Chunk chunk(text);
+            const Flags end = chunk.equal('\0');
+            if ((end | (chunk.equal('<') & Chunk(text + 1).equal('!'))).any())
+                break;
+            size_ += Chunk::kSize + growth(text);
+            text += Chunk::kSize;
         }
-        return text + Flags::rest(text);
+        for (; *text != '\0' && !may_open_section(text); ++text)
+            size_ += kReplacements.length(*text);
+        return text;
     }
 
     StringBlock block_;
@@ -128,28 +171,74 @@ class Copier {
             put(kReplacements.text(c), kReplacements.length(c));
         }
     }
-    KALTO_HOT void string(const char* text) { copy<ZeroFlags>(text); }
-    KALTO_HOT const char* run(const char* text) { return copy<MarkupFlags>(text); }
+    KALTO_HOT void string(const char* text) {
+        while (block_.holds_chunk(text) && has_room(Chunk::kSize)) {
+            const Chunk chunk(text);
+            chunk.store(cursor_);
+            const Flags end = chunk.equal('\0');
+            if (end.any()) {
+                cursor_ += end.first();
+                return;
+            }
+            cursor_ += Chunk::kSize;
+            text += Chunk::kSize;
+        }
+        put(text, std::strlen(text));
+    }
+    KALTO_HOT const char* converted(const char* text) {
+        while (block_.holds_chunk(text) && has_room(Chunk::kSize)) {
+            const Chunk chunk(text);
+            chunk.store(cursor_);
+            const Flags flags = markup_or_end(chunk);
+            if (flags.any()) {
+                cursor_ += flags.first();
+                text += flags.first();
+                break;
+            }
+            cursor_ += Chunk::kSize;
+            text += Chunk::kSize;
+        }
+        if (*text == '\0')
+            return text;
+        Copier outside = *this; // so that this one has no address and can stay in registers
+        text = outside.marked(text);
+        *this = outside;
+        return text;
+    }
 
   private:
-    bool has_room(ptrdiff_t size) const { return end_ - cursor_ >= size; }
-    template <class Flags> KALTO_HOT const char* copy(const char* text) {
-        while (block_.holds_pair(text) && has_room(kPairSize)) {
-            Word words[2];
-            std::memcpy(words, text, sizeof words);
-            std::memcpy(cursor_, words, sizeof words);
-            const Word first = Flags::flags(words[0]);
-            const Word second = Flags::flags(words[1]);
-            const size_t length = (first | second) != 0 ? first_flag(first, second) : kPairSize;
-            cursor_ += length;
-            text += length;
-            if ((first | second) != 0)
+    static constexpr ptrdiff_t kRoomForBlock = (sizeof "&quot;" + 1) * kBlockSize;
+
+    // The rest of a text from a character on that is to be replaced. Others are likely to follow, at places
+    // that nobody can predict: all those of a block are found before the first is replaced.
+    [[gnu::noinline]] const char* marked(const char* text) {
+        while (block_.holds_blocks(text) && has_room(kRoomForBlock)) {
+            const char* const begin = text;
+            const Word ends = flags_of_block(begin, [](Chunk chunk) { return chunk.equal('\0'); });
+            Word flags = flags_of_block(begin, markup) & ((ends & (Word{0} - ends)) - 1);
+            for (; flags != 0; flags &= flags - 1) {
+                const char* const found = begin + lowest_bit(flags);
+                copy_to(text, found);
+                if (may_open_section(found))
+                    return found;
+                replacement(*found);
+                text = found + 1;
+            }
+            const char* const end = begin + (ends == 0 ? kBlockSize : lowest_bit(ends));
+            copy_to(text, end);
+            text = end;
+            if (ends != 0)
                 return text;
         }
-        const size_t length = Flags::rest(text);
-        put(text, length);
-        return text + length;
+        for (; *text != '\0' && !may_open_section(text); ++text)
+            replacement(*text);
+        return text;
     }
+    KALTO_HOT void copy_to(const char* text, const char* end) {
+        copy_run(cursor_, text, static_cast<size_t>(end - text));
+        cursor_ += end - text;
+    }
+    bool has_room(ptrdiff_t size) const { return end_ - cursor_ >= size; }
 
     StringBlock block_;
     char* cursor_;
@@ -167,11 +256,16 @@ class Selected {
     KALTO_HOT void padded(const char* text, size_t length) { put(text, length); }
     void replacement(char c) { put(kReplacements.text(c), kReplacements.length(c)); }
     void string(const char* text) { put(text, std::strlen(text)); }
-    const char* run(const char* text) {
-        const size_t length = std::strcspn(text, kMarkup);
-        if (length != 0)
-            put(text, length);
-        return text + length;
+    const char* converted(const char* text) {
+        for (;;) {
+            const size_t length = std::strcspn(text, "&<>\"'");
+            if (length != 0)
+                put(text, length);
+            text += length;
+            if (*text == '\0' || may_open_section(text))
+                return text;
+            replacement(*text++);
+        }
     }
 
   private:

@@ -9,15 +9,16 @@
 //
 // The position is a local variable of parse(), handed down by reference: stores into the text could otherwise
 // change it as far as the compiler knows, and it would live in memory.
+#include "xml/chunk.h"
 #include "xml/parser_guesses.h"
 #include "xml/record_carver.h"
 #include "xml/scanner.h"
-#include "xml/word_scan.h"
 #include <climits>
 #include <cstring>
+#include <iterator>
 
+using kalto::Chunk;
 using kalto::pool_data;
-using kalto::Word;
 
 namespace {
 
@@ -28,8 +29,7 @@ class Parser {
     // block_end is null when there is no text.
     Parser(CVurlDOM* dom, const char* block_end)
         : records_(dom), node_(records_.node()), attribute_(records_.attribute()), block_end_(block_end),
-          last_word_(block_end == nullptr ? nullptr : block_end - sizeof(Word)),
-          last_pair_(block_end == nullptr ? nullptr : block_end - 16) {}
+          last_chunk_(block_end == nullptr ? nullptr : block_end - 16) {}
     // 0, or the code of the first fault; *stopped is where it was found.
     unsigned parse(char* text, char** stopped);
     CVurlNode* root() const { return last_; }
@@ -44,7 +44,8 @@ class Parser {
     KALTO_HOT unsigned end_tag(char*& p);
     KALTO_HOT unsigned start_tag(char*& p);
     KALTO_HOT unsigned attributes(char*& p, signed char& stopped);
-    KALTO_HOT unsigned attribute_value(char*& p);
+    KALTO_HOT unsigned one_attribute(char*& p, kalto::Opening& usual);
+    [[gnu::noinline]] unsigned unusual_opening(char** position, char* quote, kalto::Opening* usual) const;
     KALTO_HOT unsigned add_element(const char* data);
     template <char quote> KALTO_HOT bool value(char*& p);
     KALTO_HOT bool slow_text(char*& p, char stop, size_t* shift) const;
@@ -54,10 +55,10 @@ class Parser {
     CVurlNode* node_;
     CVurlAttribute* attribute_;
     const char* block_end_;
-    const char* last_word_; // where the last whole word of the text's block begins
-    const char* last_pair_; // the same for sixteen bytes
-    kalto::Gap gap_;
-    size_t shift_ = 0; // how far the current text has moved left
+    const char* last_chunk_; // where the last sixteen bytes of the text's block begin
+    kalto::Repeated gap_{'<'};
+    kalto::Opening openings_[8]; // of the first attribute, the second ... of the elements before
+    size_t shift_ = 0;           // how far the current text has moved left
     unsigned depth_ = 0;
     unsigned pending_ = 0;
     CVurlNode* last_ = nullptr;
@@ -84,23 +85,22 @@ unsigned Parser::parse(char* text_begin, char** stopped) {
 bool Parser::text(char*& p) {
     if (shift_ != 0)
         return slow_text(p, '<', &shift_);
-    if (p <= last_pair_ && gap_.stands_at(p)) {
-        p += gap_.length;
+    if (p <= last_chunk_ && gap_.stands_at(p)) {
+        p += gap_.length();
         p[-1] = '\0';
         return true;
     }
     char* const begin = p;
-    while (p <= last_word_) {
-        const Word flags = kalto::flag_text_end(kalto::load_word(p));
-        if (flags == 0) {
-            p += sizeof(Word);
+    while (p <= last_chunk_) {
+        const kalto::Flags flags = kalto::text_end(Chunk(p));
+        if (!flags.any()) {
+            p += Chunk::kSize;
             continue;
         }
-        p += kalto::first_flag(flags);
+        p += flags.first();
         if (*p != '<')
             break;
-        if (begin <= last_pair_ && p - begin < static_cast<ptrdiff_t>(sizeof(kalto::Gap::bytes)))
-            gap_.remember(begin, static_cast<size_t>(p + 1 - begin));
+        gap_.remember(begin, static_cast<size_t>(p + 1 - begin));
         *p++ = '\0';
         return true;
     }
@@ -217,15 +217,13 @@ signed char Parser::name(char*& p) const {
 
 unsigned Parser::attributes(char*& p, signed char& stopped) {
     CVurlAttribute** tail = &node_->pFirstAttribute;
+    kalto::Opening* usual = openings_;
     while (stopped != '/' && stopped != '>' && stopped != '\0') {
         CVurlAttribute* const attribute = attribute_;
         *tail = nullptr;
         if (attribute == nullptr)
             return kalto::kNoMemory;
-        attribute->pszName = p;
-        if (name(p) != '=')
-            return kalto::kUnterminatedAttribute;
-        if (const unsigned error = attribute_value(p))
+        if (const unsigned error = one_attribute(p, *usual))
             return error;
         *tail = attribute;
         tail = &attribute->pNext;
@@ -234,6 +232,8 @@ unsigned Parser::attributes(char*& p, signed char& stopped) {
             *tail = nullptr;
             return kalto::kNoMemory;
         }
+        if (usual != std::end(openings_) - 1)
+            ++usual;
         while (kalto::is_blank(*p) || static_cast<signed char>(*p) < 0)
             ++p;
         stopped = static_cast<signed char>(*p);
@@ -242,28 +242,52 @@ unsigned Parser::attributes(char*& p, signed char& stopped) {
     return 0;
 }
 
-unsigned Parser::attribute_value(char*& p) {
-    do
-        ++p;
-    while (kalto::is_blank(*p));
-    const char quote = *p;
-    if (quote != '"' && quote != '\'')
-        return kalto::kMissingValue;
-    attribute_->pszValue = ++p;
+unsigned Parser::one_attribute(char*& p, kalto::Opening& usual) {
+    char quote = '"';
+    attribute_->pszName = p;
+    if (p <= last_chunk_ && usual.stands_at(p)) {
+        p = usual.pass(p);
+    } else {
+        char* position = p;
+        const unsigned error = unusual_opening(&position, &quote, &usual);
+        p = position;
+        if (error != 0)
+            return error;
+    }
+    attribute_->pszValue = p;
     const bool ends = quote == '"' ? value<'"'>(p) : value<'\''>(p);
     return ends ? 0u : kalto::kUnterminatedAttribute;
 }
 
-// Two words at once: most values end in them, at a place that nobody can predict.
+// Passes over an attribute up to its value. Remembers what has been passed, to recognise the next one.
+unsigned Parser::unusual_opening(char** position, char* quote, kalto::Opening* usual) const {
+    char* const begin = *position;
+    while (!kalto::ends_name(**position))
+        ++*position;
+    char* const name_end = *position;
+    const char behind_name = *name_end;
+    if (kalto::end_name(position) != '=')
+        return kalto::kUnterminatedAttribute;
+    do
+        ++*position;
+    while (kalto::is_blank(**position));
+    *quote = **position;
+    if (*quote != '"' && *quote != '\'')
+        return kalto::kMissingValue;
+    ++*position;
+    if (*quote == '"' && begin <= last_chunk_)
+        usual->remember(begin, name_end, behind_name, *position);
+    return 0;
+}
+
 template <char quote> bool Parser::value(char*& p) {
-    while (p <= last_pair_) {
-        const Word first = kalto::flag_value_end<quote>(kalto::load_word(p));
-        const Word second = kalto::flag_value_end<quote>(kalto::load_word(p + sizeof(Word)));
-        if ((first | second) == 0) {
-            p += 2 * sizeof(Word);
+    while (p <= last_chunk_) {
+        const kalto::Flags flags = kalto::value_end<quote>(Chunk(p));
+        if (!flags.any()) {
+            p += Chunk::kSize;
             continue;
         }
-        p += kalto::first_flag(first, second);
+        p += flags.first();
         if (*p != quote)
             break;
         *p++ = '\0';

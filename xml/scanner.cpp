@@ -1,20 +1,30 @@
 // Scanning names and texts in place.
 #include "xml/scanner.h"
-#include "xml/word_scan.h"
+#include "xml/chunk.h"
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <kalto/xml.h>
 
 namespace {
 
+using kalto::Chunk;
+using kalto::kBlockSize;
 using kalto::Word;
 
 // An entity as the first bytes of a pair of words, so that one comparison finds it.
 struct Entity {
-    std::uint64_t text = 1; // no entity: nothing equals it under the mask
-    std::uint64_t mask = 0;
+    std::uint64_t text = 1; // no entity: none begins with this byte
+    std::uint64_t mask = 0xFF;
     unsigned char length = 0;
     char byte = 0;
+
+    // Looks at eight bytes.
+    bool stands_at(const char* p) const {
+        std::uint64_t there = 0;
+        std::memcpy(&there, p, sizeof there);
+        return ((there ^ text) & mask) == 0;
+    }
 };
 
 // The entities, each at a place that its second and third byte give.
@@ -36,7 +46,7 @@ class Entities {
     }
     constexpr void add(const char* text, char byte) {
         Entity& entity = entries_[place(text[1], text[2])];
-        entity.text = 0;
+        entity.text = entity.mask = 0;
         for (; text[entity.length] != '\0'; ++entity.length) {
             entity.text |= static_cast<std::uint64_t>(text[entity.length]) << (8 * entity.length);
             entity.mask |= std::uint64_t{0xFF} << (8 * entity.length);
@@ -57,51 +67,49 @@ unsigned entity_at(const char* p, const char* block_end, char* byte) {
         p = copy;
     }
     const Entity& entity = kEntities.candidate(p);
-    std::uint64_t text = 0;
-    std::memcpy(&text, p, sizeof text);
     *byte = entity.byte;
-    return ((text ^ entity.text) & entity.mask) == 0 ? entity.length : 0u;
+    return entity.stands_at(p) ? entity.length : 0u;
 }
 
-// memmove to the left, for runs that are mostly a few words long.
-void move_left(char* to, const char* from, size_t n) {
-    if (n < sizeof(Word)) {
-        for (size_t i = 0; i < n; ++i)
-            to[i] = from[i];
-        return;
-    }
-    const Word last = kalto::load_word(from + n - sizeof(Word)); // before a store reaches it
-    for (size_t i = 0; i + sizeof(Word) <= n; i += sizeof(Word)) {
-        const Word word = kalto::load_word(from + i);
-        std::memcpy(to + i, &word, sizeof word);
-    }
-    std::memcpy(to + n - sizeof(Word), &last, sizeof last);
+// Stores what has been decoded of the text between p and next, and nothing behind it: where a "&" is not
+// copied later, the byte that stands there shows.
+inline void store_decoded(char* p, const char* next, const char* decoded, size_t length, size_t* moved) {
+    std::memcpy(p - *moved, decoded, length);
+    *moved += static_cast<size_t>(next - p) - length;
 }
 
-// Moves a run of text left, up to where the scan must look next: the stop byte, a "&", the zero byte, or
-// where a pair of words no longer fits the block. Returns that place. Nothing is stored behind the run: where
-// a "&" is not copied, the byte that stands there shows.
-char* move_run(char* p, size_t moved, char stop, const char* block_end) {
-    constexpr ptrdiff_t kPair = 2 * sizeof(Word);
-    const Word stops = kalto::in_each_byte(static_cast<unsigned char>(stop));
-    const bool apart = moved >= static_cast<size_t>(kPair);
-    char* run = p;
-    for (; block_end - p >= kPair; p += kPair) {
-        Word words[2];
-        std::memcpy(words, p, sizeof words);
-        const Word first = kalto::flag_stop(words[0], stops);
-        const Word second = kalto::flag_stop(words[1], stops);
-        if ((first | second) != 0) {
-            p += kalto::first_flag(first, second);
-            break;
+// Moves text left and decodes its entities, a block at a time: all entities of a block are found before the
+// first is looked at, and the decoded text is put together elsewhere, so that nothing waits for a store.
+// Stops at the stop byte, the zero byte, a "&" that begins no entity, or where blocks no longer fit the
+// memory up to block_end. Returns that place.
+char* decode_blocks(char* p, char stop, const char* block_end, size_t* moved) {
+    const auto stops = [stop](Chunk chunk) {
+        return chunk.equal(stop) | chunk.equal('&') | chunk.equal('\0');
+    };
+    while (block_end - p >= static_cast<ptrdiff_t>(3 * kBlockSize)) {
+        char decoded[2 * kBlockSize];
+        size_t length = 0;
+        char* run = p; // what has not been copied yet
+        const auto copy_to = [&](const char* end) {
+            kalto::copy_run(decoded + length, run, static_cast<size_t>(end - run));
+            length += static_cast<size_t>(end - run);
+        };
+        for (Word flags = kalto::flags_of_block(p, stops); flags != 0; flags &= flags - 1) {
+            char* const found = p + kalto::lowest_bit(flags);
+            copy_to(found);
+            const Entity& entity = kEntities.candidate(found);
+            if (!entity.stands_at(found)) {
+                store_decoded(p, found, decoded, length, moved);
+                return found;
+            }
+            decoded[length++] = entity.byte;
+            run = found + entity.length;
         }
-        if (apart) {
-            std::memcpy(p - moved, words, sizeof words);
-            run = p + kPair;
-        }
+        char* const next = std::max(p + kBlockSize, run);
+        copy_to(next);
+        store_decoded(p, next, decoded, length, moved);
+        p = next;
     }
-    if (moved != 0)
-        move_left(run - moved, run, static_cast<size_t>(p - run));
     return p;
 }
 
@@ -114,7 +122,7 @@ signed char scan_text(char** pos, char stop, size_t* shift, const char* block_en
     size_t moved = *shift;
     for (;; ++p) {
         if (block_end != nullptr)
-            p = move_run(p, moved, stop, block_end);
+            p = decode_blocks(p, stop, block_end, &moved);
         if (*p == '\0' || *p == stop)
             break;
         if (*p != '&') {

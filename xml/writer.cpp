@@ -56,32 +56,27 @@ template <class Sink, size_t size> KALTO_HOT void put(Sink& sink, const char (&t
     sink.put(text, size - 1);
 }
 
-// The rest of a text from a character on that is to be replaced. Such texts hold more of them at places that
-// nobody can predict: each character is looked up, unless there may be a CDATA section.
-template <class Sink> void put_marked(Sink* sink, const char* text, bool in_value) {
-    Sink local = *sink;
-    if (std::strstr(text, "<![CDATA[") == nullptr) {
-        for (; *text != '\0'; ++text)
-            local.replacement(*text);
-    }
-    for (; *text != '\0'; text = local.run(text)) {
-        const char* end = *text == '<' ? cdata_end(text) : nullptr;
+// The rest of a text from a "<!" on.
+template <class Sink> [[gnu::noinline]] void put_sections(Sink* sink, const char* text, bool in_value) {
+    while (*text != '\0') {
+        const char* const end = cdata_end(text);
         if (end != nullptr && (!in_value || passes_in_value(text, end))) {
-            local.put(text, static_cast<size_t>(end - text));
+            sink->put(text, static_cast<size_t>(end - text));
             text = end;
         } else {
-            local.replacement(*text++);
+            put(*sink, "&lt;");
+            ++text;
         }
+        text = sink->converted(text);
     }
-    *sink = local;
 }
 
 template <class Sink> KALTO_HOT void put_converted(Sink& sink, const char* text, bool in_value) {
-    text = sink.run(text);
+    text = sink.converted(text);
     if (*text == '\0')
         return;
     Sink outside = sink; // so that the sink itself has no address and can stay in registers
-    put_marked(&outside, text, in_value);
+    put_sections(&outside, text, in_value);
     sink = outside;
 }
 
