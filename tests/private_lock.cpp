@@ -1,6 +1,7 @@
 // For programs of the tests that use the registry as an application does: gives them a lock of their own, so
-// that they neither wait for the machine's nor leave it taken. KALTO_PRIVATE_LOCK names it, for processes or
-// threads that share one; without it the lock of a process has no name any more as soon as it is open.
+// that they neither wait for the machine's nor leave it taken. It has no name any more as soon as it is open.
+// The first registry call must be made by one thread alone; processes share the lock when they are forked
+// after it.
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -18,14 +19,10 @@ extern "C" KALTO_API sem_t* sem_open(const char* name, int flags, ...) {
     va_end(arguments);
     static const auto real =
         reinterpret_cast<sem_t* (*)(const char*, int, ...)>(dlsym(RTLD_NEXT, "sem_open"));
-    const char* shared = getenv("KALTO_PRIVATE_LOCK");
     char own[200];
-    if (shared != nullptr)
-        snprintf(own, sizeof own, "%s_%s", name, shared);
-    else
-        snprintf(own, sizeof own, "%s_%ld", name, static_cast<long>(getpid()));
+    snprintf(own, sizeof own, "%s_%ld", name, static_cast<long>(getpid()));
     sem_t* lock = real(own, flags, mode, value);
-    if (shared == nullptr && lock != SEM_FAILED)
+    if (lock != SEM_FAILED)
         sem_unlink(own);
     return lock;
 }
