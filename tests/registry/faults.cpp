@@ -26,7 +26,7 @@ namespace {
 enum class Call { reads, writes };
 
 // Counts a call; true when it is to fail, with errno set.
-bool hit(Call call) {
+bool hit(Call call, bool waits = true) {
     if (!g_faults.armed)
         return false;
     const bool now = ++g_faults.count == g_faults.at;
@@ -35,6 +35,8 @@ bool hit(Call call) {
     if (now && g_faults.fault == Fault::cancel)
         pthread_cancel(pthread_self());
     errno = g_faults.error;
+    if (now && g_faults.fault == Fault::interrupt)
+        return waits;
     return (now && g_faults.fault == Fault::fail) ||
            (g_faults.fault == Fault::fail_forever && g_faults.count >= g_faults.at && call == Call::writes);
 }
@@ -48,9 +50,9 @@ template <typename Function> Function* real(const char* name, Function* /*type*/
 #define INTERPOSED extern "C" __attribute__((visibility("default")))
 #define REAL(name) real(#name, &name)
 // A function in front of the C library's, which counts and does nothing else.
-#define COUNTED(call, result, name, parameters, ...)                                                         \
+#define COUNTED(call, waits, result, name, parameters, ...)                                                  \
     INTERPOSED result name parameters {                                                                      \
-        return hit(call) ? -1 : REAL(name)(__VA_ARGS__);                                                     \
+        return hit(call, waits) ? -1 : REAL(name)(__VA_ARGS__);                                              \
     }
 
 INTERPOSED int open(const char* path, int flags, ...) {
@@ -77,12 +79,12 @@ INTERPOSED ssize_t write(int fd, const void* buffer, size_t size) {
     return REAL(write)(fd, buffer, half ? size / 2 : size);
 }
 
-COUNTED(Call::reads, ssize_t, read, (int fd, void* buffer, size_t size), fd, buffer, size)
-COUNTED(Call::reads, int, stat, (const char* path, struct stat* status) noexcept, path, status)
-COUNTED(Call::reads, int, fstat, (int fd, struct stat* status) noexcept, fd, status)
-COUNTED(Call::reads, int, sem_wait, (sem_t * semaphore), semaphore)
-COUNTED(Call::writes, int, fsync, (int fd), fd)
-COUNTED(Call::writes, int, rename, (const char* from, const char* to) noexcept, from, to)
-COUNTED(Call::writes, int, unlink, (const char* path) noexcept, path)
-COUNTED(Call::writes, int, utimensat, (int at, const char* path, const timespec* times, int flags) noexcept,
-        at, path, times, flags)
+COUNTED(Call::reads, true, ssize_t, read, (int fd, void* buffer, size_t size), fd, buffer, size)
+COUNTED(Call::reads, false, int, stat, (const char* path, struct stat* status) noexcept, path, status)
+COUNTED(Call::reads, false, int, fstat, (int fd, struct stat* status) noexcept, fd, status)
+COUNTED(Call::reads, true, int, sem_wait, (sem_t * semaphore), semaphore)
+COUNTED(Call::writes, true, int, fsync, (int fd), fd)
+COUNTED(Call::writes, false, int, rename, (const char* from, const char* to) noexcept, from, to)
+COUNTED(Call::writes, false, int, unlink, (const char* path) noexcept, path)
+COUNTED(Call::writes, false, int, utimensat,
+        (int at, const char* path, const timespec* times, int flags) noexcept, at, path, times, flags)

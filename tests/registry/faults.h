@@ -8,6 +8,7 @@ enum class Fault {
     cancel,       // ask the calling thread to end at its next cancellation point
     fail,         // fail with `error`
     fail_forever, // ... and so do all later calls that write
+    interrupt,    // fail as interrupted by a signal, if it is a call that waits
     half,         // a write stores half of what it was given
 };
 

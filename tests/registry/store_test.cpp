@@ -53,24 +53,19 @@ TEST_F(Store, FileThatCannotBeOpenedGivesTwoAndIsLeftAlone) {
 }
 
 TEST_F(Store, PendingFileReplacesTheRegistryOnlyIfItIsWhole) {
+    EXPECT_EQ(VerifyRegistry(nullptr), 0);
+    EXPECT_EQ(VerifyRegistry(path().c_str()), 0);
     write_registry("<k Name='HKEY_LOCAL_MACHINE'><v Name='n' value='1' type='REG_DWORD'/></k>");
+    EXPECT_NE(VerifyRegistry(path().c_str()), 0);
     write("<Registry><k Name='HKEY_LOCAL_MACHINE'><v Name='n' value='2' type='REG_DWORD'/></k></Registry>",
           kPending);
     EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 2);
     write("<Registry><k Name='HKEY_LOCAL_MACHINE'><v Name='n'", kPending);
     EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 2);
     EXPECT_FALSE(exists(kPending));
-    EXPECT_EQ(g_log, std::vector<std::string>{"3: ReadDoc failed! Not updating registry (size: 50)"});
-}
-
-TEST_F(Store, VerifyingSaysWhatIsWrong) {
-    EXPECT_EQ(VerifyRegistry(nullptr), 0);
-    const std::string missing = path();
-    EXPECT_EQ(VerifyRegistry(missing.c_str()), 0);
-    write_registry("");
-    EXPECT_NE(VerifyRegistry(missing.c_str()), 0);
     EXPECT_EQ(g_log, (std::vector<std::string>{"3: VerifyRegistry: Invalid path",
-                                               "3: Failed to open \"" + missing + "\" for verification. 2"}));
+                                               "3: Failed to open \"" + path() + "\" for verification. 2",
+                                               "3: ReadDoc failed! Not updating registry (size: 50)"}));
 }
 
 // Writes one number into the file as another process would, at the given time.
@@ -105,6 +100,9 @@ TEST_F(Store, WhatIsInUseIsNotReplacedByWhatOthersSaved) {
     EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 2) << "the count is below zero";
     EXPECT_EQ(g_log,
               std::vector<std::string>{"3: can't replace log buffer from file because handles are open"});
+    const std::string before = read();
+    EXPECT_EQ(set_number(HKEY_LOCAL_MACHINE, L"n", 4), 0);
+    EXPECT_EQ(read(), before) << "below zero is not zero";
 }
 
 TEST_F(Store, SavedFileIsLaterThanTheOneItReplaces) {
