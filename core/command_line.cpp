@@ -105,11 +105,12 @@ LPSTR GetCommandLineA(void) {
 }
 
 LPWSTR GetCommandLineW(void) {
-    static wchar_t empty[1] = L"";
     std::lock_guard<std::mutex> guard(first_use);
     if (wide_line == nullptr) {
-        if (narrow_line == nullptr)
+        if (narrow_line == nullptr) {
+            static wchar_t empty[1] = L"";
             return empty;
+        }
         size_t length = strlen(narrow_line);
         wide_line = static_cast<wchar_t*>(calloc(length + 1, sizeof(wchar_t)));
         if (wide_line != nullptr)

@@ -1,5 +1,6 @@
 #include "system/network_tables.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <linux/if_addr.h>
 
@@ -30,15 +31,17 @@ MIB_IPADDRROW row_of(const NetworkAddress& address) {
     return row;
 }
 
+bool is_lower(const MIB_IPADDRROW& row, const MIB_IPADDRROW& other) {
+    return ntohl(row.dwAddr) < ntohl(other.dwAddr);
+}
+
 std::vector<MIB_IPADDRROW> rows_of(const std::vector<NetworkAddress>& addresses, bool by_address) {
     std::vector<MIB_IPADDRROW> rows;
     for (const NetworkAddress& address : addresses) {
         if (address.local.family == AF_INET) {
             const MIB_IPADDRROW row = row_of(address);
-            auto place = rows.end();
-            while (by_address && place != rows.begin() && ntohl(place[-1].dwAddr) > ntohl(row.dwAddr)) {
-                --place;
-            }
+            const auto place =
+                by_address ? std::upper_bound(rows.begin(), rows.end(), row, is_lower) : rows.end();
             rows.insert(place, row);
         }
     }

@@ -32,8 +32,8 @@ void wait_for_lock(const Streams& streams) {
         return; // the library makes it
     if (take(lock, kPatience) == ETIMEDOUT) {
         fputs("kaltoreg: waiting for the registry's lock; 'kaltoreg unlock' tells more\n", streams.err);
-        while (sem_wait(lock) != 0 && errno == EINTR)
-            continue;
+        while (sem_wait(lock) != 0 && errno == EINTR) {
+        }
     }
     sigset_t ending;
     sigemptyset(&ending);

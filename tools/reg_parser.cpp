@@ -81,8 +81,8 @@ std::wstring Parser::rest_of_line() {
 }
 
 std::string Parser::parse() {
-    while (!at_end() && end_of_line())
-        continue;
+    while (!at_end() && end_of_line()) {
+    }
     const std::wstring header = rest_of_line();
     if (header != kHeader && header != kOldHeader)
         return "this is not .reg text: the header is missing";
@@ -90,8 +90,8 @@ std::string Parser::parse() {
     while (wrong.empty()) {
         if (!end_of_line())
             return "something follows that does not belong here";
-        while (!at_end() && end_of_line())
-            continue;
+        while (!at_end() && end_of_line()) {
+        }
         if (at_end())
             break;
         wrong = peek() == L'[' ? key_line() : value_line();
@@ -152,12 +152,12 @@ bool Parser::quoted(std::wstring& out) {
 }
 
 std::string Parser::data(Change& change) {
-    std::wstring text;
     if (skip(L"-")) {
         change.kind = Change::kDeleteValue;
         return "";
     }
     if (peek() == L'"') {
+        std::wstring text;
         if (!quoted(text))
             return "the closing quote is missing";
         set_string(change.value, text);
@@ -229,7 +229,8 @@ std::string Parser::bytes(unsigned type, Value& value) {
     case REG_SZ:
         if (!from_utf16_bytes(list, text))
             return "hex(1): is not UTF-16LE text";
-        set_string(value, text.c_str());
+        text.resize(wcslen(text.c_str())); // up to the terminator, as the registry keeps it
+        set_string(value, text);
         return "";
     default:
         return "values of this type cannot be stored";

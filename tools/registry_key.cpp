@@ -88,7 +88,8 @@ bool key_argument(const std::string& argument, KeyName& name, const Streams& str
 std::wstring string_of(const Value& value) {
     std::wstring text(value.data.size() / sizeof(wchar_t), L'\0');
     memcpy(&text[0], value.data.data(), text.size() * sizeof(wchar_t));
-    return text.c_str();
+    text.resize(wcslen(text.c_str()));
+    return text;
 }
 
 DWORD number_of(const Value& value) {

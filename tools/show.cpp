@@ -41,7 +41,6 @@ Status print_tree(const KeyName& name, const std::wstring& shown, std::string in
 
 Status query(const Arguments& arguments, const Streams& streams) {
     KeyName name;
-    std::wstring wanted;
     if (!key_argument(arguments[0], name, streams))
         return kFailed;
     Key key;
@@ -50,6 +49,7 @@ Status query(const Arguments& arguments, const Streams& streams) {
         return report(error, name.full(), streams);
     if (arguments.size() == 2) {
         Value value;
+        std::wstring wanted;
         error = to_wide(arguments[1], wanted) ? key.value(wanted, value) : 2;
         if (error != 0)
             return report(error, name.full() + L", value " + wanted, streams);

@@ -87,9 +87,9 @@ std::wstring LocalTime(const FILETIME& time) {
 }
 
 void PrintEntry(const Entry& entry) {
-    const wchar_t directory = entry.IsDirectory() ? L'D' : L' ';
-    const wchar_t readOnly = (entry.attributes & FILE_ATTRIBUTE_READONLY) != 0 ? L'R' : L' ';
-    const wchar_t hidden = DIR_is_hidden_file(entry.name.c_str()) ? L'H' : L' ';
+    const wint_t directory = entry.IsDirectory() ? L'D' : L' ';
+    const wint_t readOnly = (entry.attributes & FILE_ATTRIBUTE_READONLY) != 0 ? L'R' : L' ';
+    const wint_t hidden = DIR_is_hidden_file(entry.name.c_str()) ? L'H' : L' ';
     const std::wstring size = entry.IsDirectory() ? L"<DIR>" : Grouped(entry.size);
     wprintf(L"%ls  %lc%lc%lc  %15ls  %ls\n", LocalTime(entry.changed).c_str(), directory, readOnly, hidden,
             size.c_str(), entry.name.c_str());
