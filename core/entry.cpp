@@ -1,6 +1,7 @@
 // The entry point, alone in its file: a program with a main of its own that is linked with the static library
 // must not get this one.
 #include "core/command_line.h"
+#include "core/wide_main.h"
 #include <kalto/core.h>
 
 #include <cstdio>
@@ -12,11 +13,11 @@ KALTO_API int main(int argc, char* argv[]) {
     InstallSignalHandlers();
     if (!kalto::record_command_line(argc, argv))
         return 1;
-    if (WinMain == nullptr) {
-        fputs("kalto: the application defines neither WinMain nor main\n", stderr);
-        return 1;
-    }
-    int status = WinMain(nullptr, nullptr, GetCommandLineW(), 0);
+    int status = 1;
+    if (WinMain != nullptr)
+        status = WinMain(nullptr, nullptr, GetCommandLineW(), 0);
+    else if (!kalto::run_wide_main(argc, argv, &status))
+        fputs("kalto: the application defines neither WinMain nor wmain nor main\n", stderr);
     kalto::release_narrow_command_line();
     return status;
 }

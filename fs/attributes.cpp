@@ -4,7 +4,10 @@
 #include "fs/status.h"
 #include "text/convert.h"
 
+#include <cerrno>
 #include <cwchar>
+#include <kalto/core.h>
+#include <kalto/errors.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -43,20 +46,30 @@ BOOL DIR_is_hidden_file(LPCWSTR lpPath) {
     return length != 0 && name[0] == L'.' && !is_self && !is_parent;
 }
 
+// False with the last error.
+static bool look_at(LPCWSTR name, std::string& path, Status& status) {
+    if (name != nullptr && to_path(name, path) && read_status(path.c_str(), &status))
+        return true;
+    SetLastError(name != nullptr ? static_cast<DWORD>(errno) : DWORD{ERROR_INVALID_PARAMETER});
+    return false;
+}
+
 DWORD GetFileAttributes(LPCWSTR lpFileName) {
     std::string path;
     Status status = {};
-    if (lpFileName == nullptr || !to_path(lpFileName, path) || !read_status(path.c_str(), &status))
+    if (!look_at(lpFileName, path, status))
         return INVALID_FILE_ATTRIBUTES;
-    if ((status.mode & (kDirectoryBit | kFileBit)) == 0)
+    if ((status.mode & (kDirectoryBit | kFileBit)) == 0) {
+        SetLastError(ERROR_NOT_SUPPORTED);
         return INVALID_FILE_ATTRIBUTES;
+    }
     return attributes_of_mode(status.mode) | (DIR_is_hidden_file(lpFileName) ? FILE_ATTRIBUTE_HIDDEN : 0);
 }
 
 BOOL SetFileAttributes(LPCWSTR lpFileName, DWORD dwFileAttributes) {
     std::string path;
     Status status = {};
-    if (lpFileName == nullptr || !to_path(lpFileName, path) || !read_status(path.c_str(), &status))
+    if (!look_at(lpFileName, path, status))
         return FALSE;
     // The device's application user and group. Only a privileged process can give a file away; for the others
     // this fails, and does not matter.
@@ -67,5 +80,8 @@ BOOL SetFileAttributes(LPCWSTR lpFileName, DWORD dwFileAttributes) {
     // clear the mark with 0.
     const mode_t permissions = status.mode & 0777;
     const mode_t wanted = dwFileAttributes != 0 ? (permissions | 0500) & ~mode_t{0200} : permissions | 0700;
-    return chmod(path.c_str(), wanted) == 0;
+    if (chmod(path.c_str(), wanted) == 0)
+        return TRUE;
+    SetLastError(static_cast<DWORD>(errno));
+    return FALSE;
 }

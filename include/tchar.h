@@ -17,6 +17,9 @@ typedef WCHAR _TXCHAR;
 typedef wint_t _TINT;
 #define _TEOF WEOF
 
+/* The entry of a console program, instead of WinMain: see <kalto/core.h>. */
+#define _tmain wmain
+
 /* Formatted output and input, with the Windows meaning of %s. */
 #define _stprintf wsprintf
 #define _vstprintf wvsprintf
@@ -29,6 +32,12 @@ typedef wint_t _TINT;
 #define _putts KaltoPutLine
 #define _fputts KaltoPutText
 #define _fgetts KaltoGetText
+#define _fgettc KaltoGetCharacter
+#define _fputtc KaltoPutCharacter
+#define _gettc KaltoGetCharacter
+#define _puttc KaltoPutCharacter
+#define _gettchar() KaltoGetCharacter(stdin)
+#define _puttchar(character) KaltoPutCharacter((character), stdout)
 #define _stscanf KaltoScanText
 
 /* Files. */

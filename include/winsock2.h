@@ -19,6 +19,15 @@
 #include <unistd.h>
 #include <windows.h>
 
+/* Strict dialects have these in no header. */
+#ifndef __u_char_defined
+#define __u_char_defined
+typedef unsigned char u_char;
+typedef unsigned short u_short;
+typedef unsigned int u_int;
+typedef unsigned long u_long;
+#endif
+
 typedef int SOCKET;
 #define INVALID_SOCKET (-1)
 #define SOCKET_ERROR (-1)
@@ -51,7 +60,9 @@ KALTO_BEGIN_DECLS
 
 /* Fills the record and returns 0; WSAEFAULT for null. There is nothing to start, and nothing to clean up. */
 KALTO_API int WSAStartup(WORD wVersionRequested, LPWSADATA lpWSAData);
-#define WSACleanup() 0
+static inline int WSACleanup(void) {
+    return 0;
+}
 #define WSAGetLastError() (errno)
 #define WSASetLastError(error) ((void)(errno = (error)))
 
@@ -61,10 +72,17 @@ KALTO_API int KaltoSelect(int nfds, fd_set* readfds, fd_set* writefds, fd_set* e
                           const struct timeval* timeout);
 #define select KaltoSelect
 
+/* ioctl for the commands that take a number, FIONBIO and FIONREAD, whose number here is an int. */
+static inline int ioctlsocket(SOCKET s, long command, u_long* argument) {
+    int number = KALTO_CAST(int, *argument);
+    const int result = ioctl(s, KALTO_CAST(unsigned long, command), &number);
+    *argument = KALTO_CAST(unsigned int, number);
+    return result;
+}
+
 KALTO_END_DECLS
 
 #define closesocket close
-#define ioctlsocket ioctl
 #define SD_RECEIVE SHUT_RD
 #define SD_SEND SHUT_WR
 #define SD_BOTH SHUT_RDWR

@@ -6,6 +6,7 @@
 #include "porting/heap.h"
 
 #include "porting/failure.h"
+#include "porting/private_heap.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -51,10 +52,6 @@ std::size_t size_of(void* block) {
     return ours ? note.size : usable;
 }
 
-bool fits(void* block, std::size_t size) {
-    return size <= SIZE_MAX - sizeof(Note) && size + sizeof(Note) <= malloc_usable_size(block);
-}
-
 void* reallocate(void* block, std::size_t size, bool zeroed) {
     if (size > SIZE_MAX - sizeof(Note))
         return nullptr;
@@ -63,6 +60,16 @@ void* reallocate(void* block, std::size_t size, bool zeroed) {
     if (moved != nullptr && zeroed && size > before)
         std::memset(static_cast<char*>(moved) + before, 0, size - before);
     return with_note(moved, size);
+}
+
+// Where it is, or not at all.
+void* resize(void* block, std::size_t size, bool zeroed) {
+    if (size > SIZE_MAX - sizeof(Note) || size + sizeof(Note) > malloc_usable_size(block))
+        return nullptr;
+    const std::size_t before = size_of(block);
+    if (zeroed && size > before)
+        std::memset(static_cast<char*>(block) + before, 0, size - before);
+    return with_note(block, size);
 }
 
 } // namespace
@@ -83,31 +90,33 @@ HANDLE GetProcessHeap(void) {
     return &heap;
 }
 
-LPVOID HeapAlloc(HANDLE /*hHeap*/, DWORD dwFlags, SIZE_T dwBytes) {
-    return allocate(dwBytes, (dwFlags & HEAP_ZERO_MEMORY) != 0);
+LPVOID HeapAlloc(HANDLE hHeap, DWORD dwFlags, SIZE_T dwBytes) {
+    const bool zeroed = (dwFlags & HEAP_ZERO_MEMORY) != 0;
+    return is_private_heap(hHeap) ? allocate_in(hHeap, dwBytes, zeroed) : allocate(dwBytes, zeroed);
 }
 
-LPVOID HeapReAlloc(HANDLE /*hHeap*/, DWORD dwFlags, LPVOID lpMem, SIZE_T dwBytes) {
+LPVOID HeapReAlloc(HANDLE hHeap, DWORD dwFlags, LPVOID lpMem, SIZE_T dwBytes) {
     if (lpMem == nullptr)
         return nullptr;
-    if ((dwFlags & HEAP_REALLOC_IN_PLACE_ONLY) != 0 && !fits(lpMem, dwBytes))
-        return nullptr;
     const bool zeroed = (dwFlags & HEAP_ZERO_MEMORY) != 0;
-    if ((dwFlags & HEAP_REALLOC_IN_PLACE_ONLY) == 0)
-        return reallocate(lpMem, dwBytes, zeroed);
-    const SIZE_T before = size_of(lpMem);
-    if (zeroed && dwBytes > before)
-        std::memset(static_cast<char*>(lpMem) + before, 0, dwBytes - before);
-    return with_note(lpMem, dwBytes);
+    const bool in_place = (dwFlags & HEAP_REALLOC_IN_PLACE_ONLY) != 0;
+    if (is_private_heap(hHeap))
+        return reallocate_in(hHeap, lpMem, dwBytes, zeroed, in_place);
+    return in_place ? resize(lpMem, dwBytes, zeroed) : reallocate(lpMem, dwBytes, zeroed);
 }
 
-BOOL HeapFree(HANDLE /*hHeap*/, DWORD /*dwFlags*/, LPVOID lpMem) {
-    std::free(lpMem);
+BOOL HeapFree(HANDLE hHeap, DWORD /*dwFlags*/, LPVOID lpMem) {
+    if (lpMem != nullptr && is_private_heap(hHeap))
+        free_in(lpMem);
+    else
+        std::free(lpMem);
     return TRUE;
 }
 
-SIZE_T HeapSize(HANDLE /*hHeap*/, DWORD /*dwFlags*/, LPCVOID lpMem) {
-    return lpMem == nullptr ? kNoSize : size_of(const_cast<LPVOID>(lpMem));
+SIZE_T HeapSize(HANDLE hHeap, DWORD /*dwFlags*/, LPCVOID lpMem) {
+    if (lpMem == nullptr)
+        return kNoSize;
+    return is_private_heap(hHeap) ? size_in(lpMem) : size_of(const_cast<LPVOID>(lpMem));
 }
 
 HLOCAL LocalAlloc(UINT uFlags, SIZE_T uBytes) {

@@ -82,3 +82,17 @@ WCHAR* KaltoGetText(WCHAR* buffer, int count, FILE* stream) {
     buffer[length] = L'\0';
     return buffer;
 }
+
+wint_t KaltoGetCharacter(FILE* stream) {
+    WCHAR character = 0;
+    const bool read = stream != nullptr && read_character(stream, &character) == Read::kCharacter;
+    return read ? static_cast<wint_t>(character) : WEOF;
+}
+
+wint_t KaltoPutCharacter(wint_t character, FILE* stream) {
+    // A null character is text of no length.
+    if (character == 0)
+        return stream != nullptr && putc(0, stream) == 0 ? 0 : WEOF;
+    const WCHAR text[] = {static_cast<WCHAR>(character), L'\0'};
+    return KaltoPutText(text, stream) != EOF ? character : WEOF;
+}

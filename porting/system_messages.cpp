@@ -1,6 +1,7 @@
-// FormatMessage: the C library's error texts.
+// FormatMessage: the C library's error texts, and messages of the caller's own.
 #include "porting/failure.h"
 #include "porting/heap.h"
+#include "porting/message_format.h"
 #include "text/convert.h"
 
 #include <algorithm>
@@ -46,20 +47,39 @@ const char* text_of(DWORD error, char* buffer, size_t size) {
     return strerror_r(static_cast<int>(error), buffer, size);
 }
 
-// False with errno, 0 when there is no such message.
-bool make_message(DWORD message, DWORD flags, std::wstring& out) {
+// These two return 0 or the number of the error, and throw when memory is out.
+DWORD make_system_message(DWORD message, DWORD flags, std::wstring& out) {
     char buffer[256];
     const char* const text = text_of(error_of(message), buffer, sizeof buffer);
-    errno = 0;
-    if (text == nullptr || !to_wide(text, out))
-        return false;
+    if (text == nullptr)
+        return ERROR_MR_MID_NOT_FOUND;
+    if (!to_wide(text, out))
+        return static_cast<DWORD>(errno);
+    if ((flags & FORMAT_MESSAGE_MAX_WIDTH_MASK) == 0)
+        out += L"\r\n";
+    return 0;
+}
+
+DWORD make_own_message(const WCHAR* message, DWORD flags, va_list* arguments, std::wstring& out) {
+    if (message == nullptr)
+        return ERROR_INVALID_PARAMETER;
+    if ((flags & FORMAT_MESSAGE_IGNORE_INSERTS) != 0) {
+        out = message;
+        return 0;
+    }
+    Inserts inserts(arguments, (flags & FORMAT_MESSAGE_ARGUMENT_ARRAY) != 0);
+    return fill_message(message, inserts, out) ? 0 : ERROR_INVALID_PARAMETER;
+}
+
+DWORD make_message(DWORD flags, LPCVOID source, DWORD message, va_list* arguments, std::wstring& out) {
     try {
-        if ((flags & FORMAT_MESSAGE_MAX_WIDTH_MASK) == 0)
-            out += L"\r\n";
-        return true;
+        if ((flags & FORMAT_MESSAGE_FROM_STRING) != 0)
+            return make_own_message(static_cast<const WCHAR*>(source), flags, arguments, out);
+        if ((flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0)
+            return make_system_message(message, flags, out);
+        return ERROR_NOT_SUPPORTED;
     } catch (const std::bad_alloc&) {
-        errno = ENOMEM;
-        return false;
+        return ERROR_NOT_ENOUGH_MEMORY;
     }
 }
 
@@ -78,19 +98,18 @@ DWORD allocate_out(const std::wstring& text, LPWSTR* out, DWORD least) {
 
 } // namespace
 
-DWORD FormatMessage(DWORD dwFlags, LPCVOID /*lpSource*/, DWORD dwMessageId, DWORD /*dwLanguageId*/,
-                    LPWSTR lpBuffer, DWORD nSize, va_list* /*Arguments*/) {
+DWORD FormatMessage(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, DWORD /*dwLanguageId*/,
+                    LPWSTR lpBuffer, DWORD nSize, va_list* Arguments) {
     if (lpBuffer == nullptr)
         return fail(ERROR_INVALID_PARAMETER, DWORD{0});
     const bool allocating = (dwFlags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0;
     // Sources print the pointer without looking at the result.
     if (allocating)
         *reinterpret_cast<LPWSTR*>(lpBuffer) = nullptr;
-    if ((dwFlags & FORMAT_MESSAGE_FROM_SYSTEM) == 0)
-        return fail(ERROR_NOT_SUPPORTED, DWORD{0});
     std::wstring text;
-    if (!make_message(dwMessageId, dwFlags, text))
-        return fail(errno != 0 ? static_cast<DWORD>(errno) : DWORD{ERROR_MR_MID_NOT_FOUND}, DWORD{0});
+    const DWORD error = make_message(dwFlags, lpSource, dwMessageId, Arguments, text);
+    if (error != 0)
+        return fail(error, DWORD{0});
     if (allocating)
         return allocate_out(text, reinterpret_cast<LPWSTR*>(lpBuffer), nSize);
     return text.size() < nSize ? copy_out(text, lpBuffer) : fail(ERROR_INSUFFICIENT_BUFFER, DWORD{0});

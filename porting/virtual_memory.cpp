@@ -1,5 +1,6 @@
 // Regions of pages. Each has an entry in a list guarded by regions_lock, so that a release needs no size.
 #include "porting/failure.h"
+#include "porting/region.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -12,28 +13,9 @@
 #define MAP_FIXED_NOREPLACE 0x100000
 #endif
 
-using namespace kalto;
+namespace kalto {
 
-namespace {
-
-struct Region {
-    uintptr_t begin;
-    uintptr_t end;
-    Region* next;
-};
-
-Region* first_region = nullptr;
-std::mutex regions_lock;
-
-struct Range {
-    uintptr_t begin;
-    uintptr_t end; // 0: beyond the address space
-    size_t size() const { return end - begin; }
-    void* address() const { return reinterpret_cast<void*>(begin); }
-};
-
-// The whole pages that hold the range.
-Range pages_of(LPVOID address, SIZE_T size) {
+PageRange pages_of(const void* address, SIZE_T size) {
     const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
     const auto begin = reinterpret_cast<uintptr_t>(address);
     if (size > UINTPTR_MAX - page - begin)
@@ -41,10 +23,8 @@ Range pages_of(LPVOID address, SIZE_T size) {
     return {begin & ~(page - 1), (begin + size + page - 1) & ~(page - 1)};
 }
 
-constexpr int kUnknown = -1;
-
-int protection_of(DWORD protect) {
-    switch (protect & ~(PAGE_GUARD | PAGE_NOCACHE)) {
+int protection_of(DWORD page_access) {
+    switch (page_access & ~(PAGE_GUARD | PAGE_NOCACHE)) {
     case PAGE_NOACCESS:
         return PROT_NONE;
     case PAGE_READONLY:
@@ -60,11 +40,26 @@ int protection_of(DWORD protect) {
     case PAGE_EXECUTE_WRITECOPY:
         return PROT_READ | PROT_WRITE | PROT_EXEC;
     default:
-        return kUnknown;
+        return kUnknownProtection;
     }
 }
 
-LPVOID reserve(const Range& pages, int protection) {
+} // namespace kalto
+
+using namespace kalto;
+
+namespace {
+
+struct Region {
+    uintptr_t begin;
+    uintptr_t end;
+    Region* next;
+};
+
+Region* first_region = nullptr;
+std::mutex regions_lock;
+
+LPVOID reserve(const PageRange& pages, int protection) {
     auto* const region = static_cast<Region*>(std::malloc(sizeof(Region)));
     if (region == nullptr)
         return fail(ERROR_NOT_ENOUGH_MEMORY, LPVOID{});
@@ -86,14 +81,14 @@ LPVOID reserve(const Range& pages, int protection) {
 }
 
 // The link to the region that the pages are in; the one to null when there is none. Under the lock.
-Region** find_region(const Range& pages) {
+Region** find_region(const PageRange& pages) {
     Region** at = &first_region;
     while (*at != nullptr && (pages.begin < (*at)->begin || pages.end > (*at)->end))
         at = &(*at)->next;
     return at;
 }
 
-LPVOID commit(const Range& pages, int protection) {
+LPVOID commit(const PageRange& pages, int protection) {
     const std::lock_guard<std::mutex> held(regions_lock);
     if (*find_region(pages) == nullptr)
         return fail(ERROR_INVALID_PARAMETER, LPVOID{});
@@ -111,7 +106,7 @@ bool release(Region** at) {
     return true;
 }
 
-bool decommit(const Range& pages) {
+bool decommit(const PageRange& pages) {
     return mmap(pages.address(), pages.size(), PROT_NONE,
                 MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0) != MAP_FAILED;
 }
@@ -122,9 +117,9 @@ LPVOID VirtualAlloc(LPVOID lpAddress, SIZE_T dwSize, DWORD flAllocationType, DWO
     const DWORD wanted = flAllocationType & (MEM_COMMIT | MEM_RESERVE);
     const int protection = protection_of(flProtect);
     if (dwSize == 0 || wanted == 0 || (flAllocationType & ~(wanted | MEM_TOP_DOWN)) != 0 ||
-        protection == kUnknown)
+        protection == kUnknownProtection)
         return fail(ERROR_INVALID_PARAMETER, LPVOID{});
-    const Range pages = pages_of(lpAddress, dwSize);
+    const PageRange pages = pages_of(lpAddress, dwSize);
     if (pages.end == 0)
         return fail(ERROR_NOT_ENOUGH_MEMORY, LPVOID{});
     if (lpAddress != nullptr && wanted == MEM_COMMIT)
@@ -133,7 +128,7 @@ LPVOID VirtualAlloc(LPVOID lpAddress, SIZE_T dwSize, DWORD flAllocationType, DWO
 }
 
 BOOL VirtualFree(LPVOID lpAddress, SIZE_T dwSize, DWORD dwFreeType) {
-    Range pages = pages_of(lpAddress, dwSize != 0 ? dwSize : 1);
+    PageRange pages = pages_of(lpAddress, dwSize != 0 ? dwSize : 1);
     const std::lock_guard<std::mutex> held(regions_lock);
     Region** const at = find_region(pages);
     const bool whole =

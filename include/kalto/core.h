@@ -20,6 +20,12 @@ KALTO_BEGIN_DECLS
  * than ASCII arguments calls setlocale first and converts GetCommandLineA itself. */
 KALTO_API int WINAPI WinMain(HINSTANCE hInstance, HINSTANCE hPrevInstance, LPWSTR lpCmdLine, int nCmdShow);
 #define wWinMain WinMain
+/* An application that defines no WinMain may define wmain, which _tmain of <tchar.h> stands for, as in
+ *     int wmain(int argc, WCHAR* argv[])
+ * main calls it in its place, with the arguments in the user's locale, the program's name first and a null
+ * pointer last. Without a call the process ends with status 1, and a line on standard error, for an argument
+ * that is no text in that locale. The vector is the application's until wmain returns; a third parameter is
+ * an empty vector. With -fvisibility=hidden the definition is marked KALTO_API. */
 #define _tWinMain WinMain
 
 /* Defined by a loadable module that wants to be told when it is attached (DLL_PROCESS_ATTACH) and detached.

@@ -64,7 +64,7 @@ typedef struct _OVERLAPPED {
     DWORD Offset;
     DWORD OffsetHigh;
     HANDLE hEvent;
-} OVERLAPPED, *LPOVERLAPPED;
+} OVERLAPPED, *POVERLAPPED, *LPOVERLAPPED;
 
 /* The calls from here to _wfopen are performed by the host: each passes its arguments to the hook of the same
  * name
@@ -185,15 +185,15 @@ KALTO_API BOOL WINAPI GetFileInformationByHandle(HANDLE hFile,
 
 /* FILE_ATTRIBUTE_DIRECTORY for a directory, else FILE_ATTRIBUTE_NORMAL; with FILE_ATTRIBUTE_READONLY when
  * nobody may write it, and with FILE_ATTRIBUTE_HIDDEN when DIR_is_hidden_file says so.
- * INVALID_FILE_ATTRIBUTES when there is no such file, and for character devices and pipes; a block device and
- * a socket count as directories. The values are this library's own: a hidden plain file cannot be told from a
- * visible one. */
+ * INVALID_FILE_ATTRIBUTES with the last error when there is no such file, and for character devices and pipes
+ * (ERROR_NOT_SUPPORTED); a block device and a socket count as directories. The values are this library's own:
+ * a hidden plain file cannot be told from a visible one. */
 KALTO_API DWORD WINAPI GetFileAttributes(LPCWSTR lpFileName);
 #define GetFileAttributesW GetFileAttributes
 
 /* 0 makes a file readable, writable and executable for its owner; any other value, FILE_ATTRIBUTE_NORMAL
  * included, makes it readable and executable, but not writable. A privileged process gives the file to user
- * and group 500, the device's applications. */
+ * and group 500, the device's applications. FALSE with the last error. */
 KALTO_API BOOL WINAPI SetFileAttributes(LPCWSTR lpFileName, DWORD dwFileAttributes);
 #define SetFileAttributesW SetFileAttributes
 

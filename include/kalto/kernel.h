@@ -151,6 +151,7 @@ KALTO_API BOOL ReleaseMutex(HANDLE hMutex);
 
 /* The body of a thread: its parameter is CreateThread's. */
 typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(LPVOID lpParameter);
+typedef LPTHREAD_START_ROUTINE PTHREAD_START_ROUTINE;
 
 /* Starts a thread and returns its handle, or null. The stack has dwStackSize bytes, at least 65536. The
  * thread inherits the scheduling of its creator; if lpThreadId is not null, its id is stored there and it is
@@ -231,7 +232,7 @@ typedef struct _STARTUPINFOW {
     HANDLE hStdError;
 } STARTUPINFOW, *LPSTARTUPINFOW;
 typedef STARTUPINFOW STARTUPINFO;
-typedef STARTUPINFO* LPSTARTUPINFO;
+typedef STARTUPINFO *PSTARTUPINFO, *LPSTARTUPINFO;
 
 /* Runs a program. Its path is lpApplicationName or, when that is null, the first word of lpCommandLine;
  * slashes or backslashes. Its arguments are the path and then the words of lpCommandLine, taken apart at

@@ -21,16 +21,24 @@ KALTO_BEGIN_DECLS
 
 /* ---- Heaps and local memory ----
  *
- * There is one heap, the C library's. A block from any of these calls, and one that FormatMessage allocates,
- * may be given back with LocalFree, HeapFree or free, as Windows CE sources do. */
+ * There is one heap, the C library's, but for those that HeapCreate makes. A block from any of these calls,
+ * and one that FormatMessage allocates, may be given back with LocalFree, HeapFree or free, as Windows CE
+ * sources do; a block of a heap of one's own only with HeapFree, or together with its heap. */
 
 #define HEAP_NO_SERIALIZE 0x00000001u
 #define HEAP_GENERATE_EXCEPTIONS 0x00000004u /* ignored: a failure is null */
 #define HEAP_ZERO_MEMORY 0x00000008u
 #define HEAP_REALLOC_IN_PLACE_ONLY 0x00000010u
 
-/* A handle that the heap calls ignore, never null. CloseHandle is not for it. */
+/* The handle of the one heap, never null. CloseHandle is not for it. The heap calls take any handle that is
+ * not HeapCreate's for this one. */
 KALTO_API HANDLE WINAPI GetProcessHeap(void);
+/* A heap whose blocks HeapDestroy gives back all at once; null with ERROR_NOT_ENOUGH_MEMORY. It grows as it
+ * needs to: options and sizes are ignored, the maximum too. */
+KALTO_API HANDLE WINAPI HeapCreate(DWORD flOptions, SIZE_T dwInitialSize, SIZE_T dwMaximumSize);
+/* Ends a heap and all its blocks, which nobody may be using. FALSE with ERROR_INVALID_HANDLE for any other
+ * handle. */
+KALTO_API BOOL WINAPI HeapDestroy(HANDLE hHeap);
 /* A block of at least dwBytes bytes, never shared even for 0, zeroed with HEAP_ZERO_MEMORY. Null when memory
  * is out. Leaves the last error alone, as Windows does. */
 KALTO_API LPVOID WINAPI HeapAlloc(HANDLE hHeap, DWORD dwFlags, SIZE_T dwBytes);
@@ -98,6 +106,13 @@ KALTO_API LPVOID WINAPI VirtualAlloc(LPVOID lpAddress, SIZE_T dwSize, DWORD flAl
  */
 KALTO_API BOOL WINAPI VirtualFree(LPVOID lpAddress, SIZE_T dwSize, DWORD dwFreeType);
 
+/* Sets the access to the pages that hold the range, which may be any memory of the process, and stores what
+ * the first of them had, as the system knows it. FALSE with ERROR_INVALID_PARAMETER for no size, no place for
+ * the old access or an unknown one, with ERROR_INVALID_ADDRESS where nothing is, or with the POSIX number of
+ * the cause. */
+KALTO_API BOOL WINAPI VirtualProtect(LPVOID lpAddress, SIZE_T dwSize, DWORD flNewProtect,
+                                     PDWORD lpflOldProtect);
+
 /* ---- Thread-local storage ---- */
 
 #define TLS_OUT_OF_INDEXES 0xFFFFFFFFu
@@ -123,19 +138,46 @@ KALTO_API BOOL WINAPI TlsSetValue(DWORD dwTlsIndex, LPVOID lpTlsValue);
 #define FORMAT_MESSAGE_ARGUMENT_ARRAY 0x00002000u
 #define FORMAT_MESSAGE_MAX_WIDTH_MASK 0x000000FFu
 
-/* Writes the system's text for an error number, in the C library's words for the current locale, and a line
- * break ("\r\n", as on Windows; FORMAT_MESSAGE_MAX_WIDTH_MASK leaves it out). Also takes the HRESULT of an
- * error number. lpBuffer has room for nSize characters with the terminator or, with
+/* Writes a message. lpBuffer has room for nSize characters with the terminator or, with
  * FORMAT_MESSAGE_ALLOCATE_BUFFER, is the address of a pointer that receives a block of at least nSize
- * characters to be given to LocalFree. Needs FORMAT_MESSAGE_FROM_SYSTEM; there are no inserts in these texts,
- * and source, language and arguments are ignored.
+ * characters to be given to LocalFree.
+ *
+ * FORMAT_MESSAGE_FROM_SYSTEM: the system's text for an error number or the HRESULT of one, in the C library's
+ * words for the current locale, and a line break ("\r\n", as on Windows; FORMAT_MESSAGE_MAX_WIDTH_MASK leaves
+ * it out). These texts have no inserts.
+ *
+ * FORMAT_MESSAGE_FROM_STRING: the wide text lpSource. %1 to %99 stand for the inserts, as wide text or as
+ * %1!format! says (s, c, d, i, u, o, x, X and p with flags, width and precision, a * of which takes the next
+ * insert; h before s means narrow text). %n is a line break, %0 ends the text, any other character behind a
+ * percent sign stands for itself. Each insert is one machine word, of which numbers use 32 bits: in the
+ * argument list, or in an array of words with FORMAT_MESSAGE_ARGUMENT_ARRAY. FORMAT_MESSAGE_IGNORE_INSERTS
+ * leaves the text as it is.
+ *
+ * The language is ignored, and so are widths of lines.
  * Returns the characters written without the terminator, or 0: ERROR_MR_MID_NOT_FOUND for a number without a
- * text, ERROR_INSUFFICIENT_BUFFER, ERROR_NOT_ENOUGH_MEMORY, ERROR_INVALID_PARAMETER for a null buffer,
- * ERROR_NOT_SUPPORTED without FORMAT_MESSAGE_FROM_SYSTEM: message tables and formats of the caller's own do
- * not exist here. */
+ * text, ERROR_INSUFFICIENT_BUFFER, ERROR_NOT_ENOUGH_MEMORY, ERROR_INVALID_PARAMETER for a null buffer or
+ * source, or an insert that is not given or has an unknown format, ERROR_NOT_SUPPORTED with neither of the
+ * two flags: message tables do not exist here. */
 KALTO_API DWORD WINAPI FormatMessage(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, DWORD dwLanguageId,
                                      LPWSTR lpBuffer, DWORD nSize, va_list* Arguments);
 #define FormatMessageW FormatMessage
+
+/* Debug messages, in parentheses of their own: RETAILMSG(1, (TEXT("%s"), text)). They go to standard error,
+ * those of DEBUGMSG where DEBUG is defined. */
+#define NKDbgPrintfW(...) ((void)KaltoPrintTextTo(stderr, __VA_ARGS__))
+#ifndef RETAILMSG
+#define RETAILMSG(condition, message) ((condition) ? (NKDbgPrintfW message) : (void)0)
+#endif
+#ifndef DEBUGMSG
+#ifdef DEBUG
+#define DEBUGMSG RETAILMSG
+#else
+#define DEBUGMSG(condition, message) ((void)0)
+#endif
+#endif
+#ifndef ERRORMSG
+#define ERRORMSG RETAILMSG
+#endif
 
 /* ---- Threads and processes ---- */
 
@@ -146,6 +188,12 @@ KALTO_API UINT_PTR _beginthreadex(void* security, unsigned stack_size, unsigned(
                                   void* argument, unsigned flags, unsigned* thread_id);
 /* ExitThread. */
 KALTO_API void _endthreadex(unsigned exit_code) __attribute__((noreturn));
+
+/* The older form: the handle is closed when the thread ends, so that it is good only while the thread is
+ * known to run. The exit code is 0. Returns -1 where _beginthreadex returns 0. */
+KALTO_API UINT_PTR _beginthread(void (*start)(void*), unsigned stack_size, void* argument);
+/* Ends a thread that _beginthread started. */
+KALTO_API void _endthread(void) __attribute__((noreturn));
 
 /* The id of a thread, as GetCurrentThreadId gives it there; null, which GetCurrentThread returns, means the
  * calling thread. 0 with ERROR_INVALID_HANDLE for any other handle that is not a thread's. */
@@ -272,6 +320,17 @@ KALTO_API HMODULE WINAPI LoadLibraryEx(LPCWSTR lpLibFileName, HANDLE hFile, DWOR
 
 /* ---- Files, directories, environment ---- */
 
+/* Accepted where attributes are given, and never reported. */
+#define FILE_ATTRIBUTE_SYSTEM 0x00000004u
+#define FILE_ATTRIBUTE_ARCHIVE 0x00000020u
+#define FILE_ATTRIBUTE_INROM 0x00000040u
+#define FILE_ATTRIBUTE_TEMPORARY 0x00000100u
+#define FILE_ATTRIBUTE_REPARSE_POINT 0x00000400u
+#define FILE_ATTRIBUTE_COMPRESSED 0x00000800u
+#define FILE_ATTRIBUTE_OFFLINE 0x00001000u
+#define FILE_ATTRIBUTE_ROMMODULE 0x00002000u
+#define FILE_ATTRIBUTE_ENCRYPTED 0x00004000u
+
 typedef struct _WIN32_FILE_ATTRIBUTE_DATA {
     DWORD dwFileAttributes;
     FILETIME ftCreationTime;
@@ -319,6 +378,14 @@ KALTO_API DWORD WINAPI ExpandEnvironmentStrings(LPCWSTR lpSrc, LPWSTR lpDst, DWO
 #define GetEnvironmentVariableW GetEnvironmentVariable
 #define ExpandEnvironmentStringsW ExpandEnvironmentStrings
 
+/* A name in lpPathName: up to three characters of the prefix, the number in hexadecimal digits, ".TMP". With
+ * number 0 the first one is taken whose file does not exist, and an empty file is created. lpTempFileName has
+ * room for MAX_PATH characters. Returns the number, or 0: ERROR_BUFFER_OVERFLOW when the name is too long,
+ * ERROR_INVALID_PARAMETER for a null path or buffer, or the POSIX number of the cause. May block. */
+KALTO_API UINT WINAPI GetTempFileName(LPCWSTR lpPathName, LPCWSTR lpPrefixString, UINT uUnique,
+                                      LPWSTR lpTempFileName);
+#define GetTempFileNameW GetTempFileName
+
 /* Sets a variable of this process and of the programs that it starts; a null value removes it. FALSE with
  * ERROR_INVALID_PARAMETER for a null or empty name or one with an equals sign, ERROR_INVALID_NAME,
  * ERROR_NOT_ENOUGH_MEMORY. */
@@ -330,6 +397,8 @@ KALTO_API BOOL WINAPI SetCurrentDirectory(LPCWSTR lpPathName);
 /* ---- The machine ---- */
 
 #define PROCESSOR_ARCHITECTURE_INTEL 0
+#define PROCESSOR_ARCHITECTURE_MIPS 1
+#define PROCESSOR_ARCHITECTURE_SHX 4
 #define PROCESSOR_ARCHITECTURE_ARM 5
 #define PROCESSOR_ARCHITECTURE_AMD64 9
 #define PROCESSOR_ARCHITECTURE_UNKNOWN 0xFFFF
@@ -353,7 +422,7 @@ typedef struct _SYSTEM_INFO {
     DWORD dwAllocationGranularity; /* the page size */
     WORD wProcessorLevel;          /* 0 */
     WORD wProcessorRevision;       /* 0 */
-} SYSTEM_INFO, *LPSYSTEM_INFO;
+} SYSTEM_INFO, *PSYSTEM_INFO, *LPSYSTEM_INFO;
 
 /* Fills the record; null is ignored. */
 KALTO_API void WINAPI GetSystemInfo(LPSYSTEM_INFO lpSystemInfo);
@@ -440,6 +509,10 @@ KALTO_API WCHAR* _ltow(LONG value, WCHAR* buffer, int radix);
 KALTO_API WCHAR* _ultow(ULONG value, WCHAR* buffer, int radix);
 KALTO_API WCHAR* _i64tow(__int64 value, WCHAR* buffer, int radix);
 #define _atoi64 atoll
+#define _isnan __builtin_isnan
+#define _finite __builtin_isfinite
+#define _copysign __builtin_copysign
+#define _alloca __builtin_alloca
 #define _wtof(text) wcstod((text), NULL)
 
 /* Formatted output into count units by the rules of Windows: the result is the length, or -1 when it is more
@@ -476,9 +549,27 @@ KALTO_API int KaltoPutText(const WCHAR* text, FILE* stream);
 /* Behind _fgetts: reads a line, its newline included, of at most count - 1 characters. Null at the end of the
  * file, and for bytes that the locale does not know. */
 KALTO_API WCHAR* KaltoGetText(WCHAR* buffer, int count, FILE* stream);
+/* Behind _fgettc and _fputtc: the character, or WEOF. */
+KALTO_API wint_t KaltoGetCharacter(FILE* stream);
+KALTO_API wint_t KaltoPutCharacter(wint_t character, FILE* stream);
 /* Behind _stscanf: %s, %c and %[ store wide text, %S and %C narrow text; the rest is the C library's. */
 KALTO_API int KaltoScanText(const WCHAR* text, const WCHAR* format, ...);
 
 KALTO_END_DECLS
+
+#ifdef __cplusplus
+/* The form without a size, as ported sources call it beside the C library's own: wsprintf. In C there is no
+ * such choice. */
+inline int swprintf(WCHAR* buffer, const WCHAR* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = wvsprintf(buffer, format, arguments);
+    va_end(arguments);
+    return result;
+}
+inline int vswprintf(WCHAR* buffer, const WCHAR* format, va_list arguments) {
+    return wvsprintf(buffer, format, arguments);
+}
+#endif
 
 #endif

@@ -208,7 +208,7 @@ typedef struct _MEMORYSTATUS {
     SIZE_T dwAvailPageFile; /* bytes of it that are free */
     SIZE_T dwTotalVirtual;  /* as dwTotalPhys */
     SIZE_T dwAvailVirtual;  /* as dwAvailPhys */
-} MEMORYSTATUS, *LPMEMORYSTATUS;
+} MEMORYSTATUS, *PMEMORYSTATUS, *LPMEMORYSTATUS;
 
 /* Fills the record and sets dwLength to 32, its size on the 32-bit target, on every target. A record whose
  * dwLength is 31 or less stays untouched, as does any when the kernel does not tell. What is more than a

@@ -2,6 +2,8 @@
 #include "tests/scratch.h"
 
 #include <clocale>
+#include <kalto/core.h>
+#include <kalto/errors.h>
 #include <sys/vfs.h>
 
 namespace {
@@ -42,6 +44,7 @@ TEST(Attributes, FollowModeAndName) {
     const struct {
         const wchar_t* name;
         DWORD expected;
+        DWORD error = 0;
     } cases[] = {
         {L"plain", 0x80000000},
         {L"read_only", 0x80000001},
@@ -50,12 +53,15 @@ TEST(Attributes, FollowModeAndName) {
         {L".secret\\/\\", 0x80000003},
         {L".hidden_read_only", 0x80000001},
         {L"directory/..\\plain", 0x80000000},
-        {L"pipe", INVALID_FILE_ATTRIBUTES},
-        {L"nothing", INVALID_FILE_ATTRIBUTES},
-        {L"\x20AC", INVALID_FILE_ATTRIBUTES}, // not in the C locale
+        {L"pipe", INVALID_FILE_ATTRIBUTES, ERROR_NOT_SUPPORTED},
+        {L"nothing", INVALID_FILE_ATTRIBUTES, ERROR_FILE_NOT_FOUND},
+        {L"\x20AC", INVALID_FILE_ATTRIBUTES, ERROR_INVALID_NAME}, // not in the C locale
     };
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
+        SetLastError(0);
         EXPECT_EQ(GetFileAttributes(scratch.wide(c.name).c_str()), c.expected) << c.name;
+        EXPECT_EQ(GetLastError(), c.error) << c.name;
+    }
     EXPECT_EQ(GetFileAttributes(nullptr), INVALID_FILE_ATTRIBUTES);
     EXPECT_EQ(GetFileAttributes(L""), INVALID_FILE_ATTRIBUTES);
 }
@@ -116,7 +122,9 @@ TEST(Attributes, AnyValueButZeroTakesTheOwnersWriteBit) {
         unlink(path.c_str());
     }
     EXPECT_FALSE(SetFileAttributes(scratch.wide(L"f").c_str(), 0));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
     EXPECT_FALSE(SetFileAttributes(nullptr, 0));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 }
 
 TEST(FreeSpace, IsToldIn64BitsAndOfTheStoreIn32) {

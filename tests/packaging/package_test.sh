@@ -59,18 +59,18 @@ done
 
 # Ported source with the flags of its own package, in every way.
 check_ported() { # program
-    output=$("${emulator[@]}" "$1" one two) && [[ "$output" == "one two: 0 of "* ]] || {
+    output=$("${emulator[@]}" "$1" one two) && [[ "$output" == "one 3 1: 0 of "* ]] || {
         echo "$1 printed \"$output\""
         exit 1
     }
 }
 mkdir "$work/ported"
-cp "$here/../porting/ported_source.c" "$work/ported/ported.c"
+cp "$here"/../porting/ported*.[ch] "$work/ported"
 cat >"$work/ported/CMakeLists.txt" <<'END'
 cmake_minimum_required(VERSION 3.21)
 project(Ported LANGUAGES C CXX)
 find_package(Kalto 1 REQUIRED)
-add_executable(ported ported.c)
+add_executable(ported ported_source.c ported_system.c)
 target_link_libraries(ported PRIVATE Kalto::porting)
 END
 attempt "$cmake" -S "$work/ported" -B "$work/ported/build" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
@@ -79,9 +79,9 @@ attempt "$cmake" --build "$work/ported/build"
 check_ported "$work/ported/build/ported"
 read -ra compile < <(pkg-config --cflags kalto-porting)
 read -ra libraries < <(pkg-config --libs kalto-porting)
-attempt "$cc" "${compile[@]}" "$work/ported/ported.c" -o "$work/ported/c" "${libraries[@]}" -Wl,-rpath,"$prefix/$libdir"
+attempt "$cc" "${compile[@]}" "$work"/ported/*.c -o "$work/ported/c" "${libraries[@]}" -Wl,-rpath,"$prefix/$libdir"
 check_ported "$work/ported/c"
-attempt "$cxx" -x c++ "${compile[@]}" "$work/ported/ported.c" -x none -o "$work/ported/c++" "${libraries[@]}" \
+attempt "$cxx" -x c++ "${compile[@]}" "$work"/ported/*.c -x none -o "$work/ported/c++" "${libraries[@]}" \
     -Wl,-rpath,"$prefix/$libdir"
 check_ported "$work/ported/c++"
 echo "find_package, pkg-config, C++ and C: applications build and run"

@@ -1,4 +1,3 @@
-#include <climits>
 #include <clocale>
 #include <gtest/gtest.h>
 #include <string>
@@ -22,138 +21,123 @@ TEST(FormatMessage, GivesTheSystemsText) {
     };
     for (const auto& c : cases) {
         LPWSTR text = nullptr;
+        SetLastError(0);
         const DWORD length =
             FormatMessage(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr, c.number, 0,
                           reinterpret_cast<LPWSTR>(&text), 100, nullptr);
-        ASSERT_EQ(c.text == nullptr ? 0 : wcslen(c.text), length) << c.number;
-        if (c.text == nullptr) {
-            EXPECT_EQ(DWORD{ERROR_MR_MID_NOT_FOUND}, GetLastError());
-            EXPECT_EQ(nullptr, text);
-        } else {
-            EXPECT_STREQ(c.text, text);
-            EXPECT_LE(100 * sizeof(WCHAR), LocalSize(text));
-            LocalFree(text);
-        }
+        EXPECT_EQ(c.text == nullptr ? 0 : wcslen(c.text), length) << c.number;
+        EXPECT_EQ(c.text == nullptr ? DWORD{ERROR_MR_MID_NOT_FOUND} : 0, GetLastError());
+        EXPECT_STREQ(c.text, text);
+        EXPECT_LE(c.text == nullptr ? 0 : 100 * sizeof(WCHAR), LocalSize(text));
+        LocalFree(text);
     }
-    wchar_t buffer[26];
-    const DWORD flags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK;
-    EXPECT_EQ(25u, FormatMessage(flags, nullptr, 2, 0, buffer, 26, nullptr));
-    EXPECT_EQ(0u, FormatMessage(flags, nullptr, 2, 0, buffer, 25, nullptr));
-    EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, GetLastError());
-    EXPECT_EQ(0u, FormatMessage(FORMAT_MESSAGE_FROM_STRING, L"text", 0, 0, buffer, 26, nullptr));
-    EXPECT_EQ(DWORD{ERROR_NOT_SUPPORTED}, GetLastError());
+}
+
+DWORD format(DWORD flags, const wchar_t* message, wchar_t* buffer, DWORD room, ...) {
+    va_list list;
+    va_start(list, room);
+    const DWORD length =
+        FormatMessage(FORMAT_MESSAGE_FROM_STRING | flags, message, 0, 0, buffer, room, &list);
+    va_end(list);
+    return length;
+}
+
+TEST(FormatMessage, FillsInsertsIntoTheCallersText) {
+    const struct {
+        const wchar_t *message, *text; // null: refused
+    } cases[] = {
+        {L"%2!d! %1 %5!c!|%%|%n|%t%r%.% %!%q|100%", L"-2 one x|%|\r\n|\t\r. !q|100%"},
+        {L"%3!hs! %3!S! %1!ls! %4!5lu!|%4!-5X!|%4!05x!", L"three three one    11|B    |0000b"},
+        {L"%6!*d!|%6!*.*s!|%1!.2s!|%10", L"       2|      wo|on|(null)"}, // a star takes an insert
+        {L"line\nnext\r\nlast%0never", L"line\r\nnext\r\nlast"},
+        {L"%1!d", L"one!d"},
+        {L"", L""},
+        {L"%1!q!", nullptr},
+        {L"%1!dd!", nullptr},
+        {L"%1!!", nullptr},
+    };
+    const wchar_t *const one = L"one", *const word = L"word";
+    DWORD_PTR array[10] = {reinterpret_cast<DWORD_PTR>(one),
+                           static_cast<DWORD_PTR>(-2),
+                           reinterpret_cast<DWORD_PTR>("three"),
+                           11,
+                           L'x',
+                           8,
+                           2,
+                           reinterpret_cast<DWORD_PTR>(word)};
+    for (const auto& c : cases) {
+        wchar_t from_list[64] = L"kept", from_array[64] = L"kept", as_is[64];
+        const size_t length = c.text != nullptr ? wcslen(c.text) : 0;
+        SetLastError(0);
+        EXPECT_EQ(length,
+                  format(0, c.message, from_list, 64, one, -2, "three", 11, L'x', 8, 2, word, 0, nullptr));
+        EXPECT_STREQ(c.text != nullptr ? c.text : L"kept", from_list);
+        EXPECT_EQ(c.text != nullptr ? 0 : DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+        EXPECT_EQ(length, FormatMessage(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ARGUMENT_ARRAY, c.message,
+                                        0, 0, from_array, 64, reinterpret_cast<va_list*>(array)));
+        EXPECT_STREQ(from_list, from_array);
+        EXPECT_EQ(wcslen(c.message), format(FORMAT_MESSAGE_IGNORE_INSERTS, c.message, as_is, 64));
+        EXPECT_STREQ(c.message, as_is);
+    }
+}
+
+TEST(FormatMessage, NeedsASourceRoomAndInserts) {
+    const struct {
+        DWORD flags;
+        const wchar_t* source;
+        DWORD room, length, error;
+    } cases[] = {
+        {FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr, 26, 25, 0},
+        {FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr, 25, 0,
+         ERROR_INSUFFICIENT_BUFFER},
+        {FORMAT_MESSAGE_FROM_STRING, L"%1", 26, 0, ERROR_INVALID_PARAMETER},
+        {FORMAT_MESSAGE_FROM_STRING, nullptr, 26, 0, ERROR_INVALID_PARAMETER},
+        {FORMAT_MESSAGE_FROM_HMODULE, nullptr, 26, 0, ERROR_NOT_SUPPORTED},
+    };
+    for (const auto& c : cases) {
+        wchar_t buffer[26];
+        SetLastError(0);
+        EXPECT_EQ(c.length, FormatMessage(c.flags, c.source, 2, 0, buffer, c.room, nullptr));
+        EXPECT_EQ(c.error, GetLastError());
+    }
 }
 
 TEST(Environment, FollowsTheBufferProtocol) {
-    wchar_t buffer[8] = L"kept";
-    EXPECT_EQ(0u, GetEnvironmentVariable(L"KALTO_PORTING", buffer, 8));
-    EXPECT_EQ(DWORD{ERROR_ENVVAR_NOT_FOUND}, GetLastError());
-    EXPECT_TRUE(SetEnvironmentVariable(L"KALTO_PORTING", L"value"));
-    EXPECT_EQ(6u, GetEnvironmentVariable(L"KALTO_PORTING", buffer, 5));
-    EXPECT_STREQ(L"kept", buffer);
-    EXPECT_EQ(6u, GetEnvironmentVariable(L"KALTO_PORTING", nullptr, 0));
-    EXPECT_EQ(5u, GetEnvironmentVariable(L"KALTO_PORTING", buffer, 6));
-    EXPECT_STREQ(L"value", buffer);
-    wchar_t expanded[64];
+    wchar_t buffer[64] = L"kept";
     const struct {
-        const wchar_t *text, *result;
+        const wchar_t *set, *text, *result; // a null result: the value as it is
+        DWORD room, length, error;
     } cases[] = {
-        {L"a %KALTO_PORTING% b", L"a value b"},
-        {L"%no such%KALTO_PORTING%", L"%no suchvalue"},
-        {L"100%", L"100%"},
-        {L"%%", L"%%"},
-        {L"", L""},
+        {nullptr, nullptr, L"kept", 8, 0, ERROR_ENVVAR_NOT_FOUND},
+        {L"value", nullptr, L"kept", 5, 6, 0},
+        {L"value", nullptr, L"value", 6, 5, 0},
+        {L"", nullptr, L"", 8, 0, 0},
+        {L"value", L"a %KALTO_PORTING% b", L"a value b", 64, 10, 0},
+        {L"value", L"%no such%KALTO_PORTING%", L"%no suchvalue", 64, 14, 0},
+        {L"value", L"100%", L"100%", 64, 5, 0},
+        {L"value", L"%%", L"%%", 64, 3, 0},
+        {L"value", L"", L"", 64, 1, 0},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(wcslen(c.result) + 1, ExpandEnvironmentStrings(c.text, expanded, 64)) << c.text;
-        EXPECT_STREQ(c.result, expanded);
+        EXPECT_TRUE(SetEnvironmentVariable(L"KALTO_PORTING", c.set));
+        SetLastError(0);
+        EXPECT_EQ(c.length, c.text == nullptr ? GetEnvironmentVariable(L"KALTO_PORTING", buffer, c.room)
+                                              : ExpandEnvironmentStrings(c.text, buffer, c.room));
+        EXPECT_STREQ(c.result, buffer);
+        EXPECT_EQ(c.error, GetLastError());
     }
-    EXPECT_TRUE(SetEnvironmentVariable(L"KALTO_PORTING", L""));
-    EXPECT_EQ(0u, GetEnvironmentVariable(L"KALTO_PORTING", buffer, 8));
-    EXPECT_EQ(0u, GetLastError());
+    EXPECT_EQ(6u, GetEnvironmentVariable(L"KALTO_PORTING", nullptr, 0));
     EXPECT_TRUE(SetEnvironmentVariable(L"KALTO_PORTING", nullptr));
     EXPECT_EQ(nullptr, getenv("KALTO_PORTING"));
     EXPECT_FALSE(SetEnvironmentVariable(L"a=b", L""));
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
 }
 
-TEST(Directories, ComeWithBackslashes) {
+TEST(GetTempPath, FollowsTheApplicationsChoice) {
     wchar_t path[MAX_PATH];
     g_tmpPath = "/var/tmp";
-    EXPECT_EQ(10u, GetTempPath(9, path)); // no room for the terminator
     EXPECT_EQ(9u, GetTempPath(MAX_PATH, path));
     EXPECT_STREQ(L"\\var\\tmp\\", path);
-    ASSERT_TRUE(SetCurrentDirectory(L"\\tmp"));
-    EXPECT_EQ(4u, GetCurrentDirectory(MAX_PATH, path));
-    EXPECT_STREQ(L"\\tmp", path);
-    EXPECT_EQ(5u, GetCurrentDirectory(4, path));
-    EXPECT_FALSE(SetCurrentDirectory(L"\\no\\such"));
-    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, GetLastError());
-}
-
-TEST(WidePaths, TakeEitherSeparator) {
-    ASSERT_TRUE(SetCurrentDirectory(L"/tmp"));
-    const std::wstring name = L".\\kalto_porting_" + std::to_wstring(GetCurrentProcessId());
-    ASSERT_EQ(0, _tmkdir(name.c_str()));
-    EXPECT_EQ(0, _trename(name.c_str(), (name + L"_").c_str()));
-    EXPECT_EQ(-1, _taccess(name.c_str(), 0));
-    EXPECT_EQ(0, _tremove((name + L"_").c_str()));
-    EXPECT_EQ(-1, _trmdir((name + L"_").c_str()));
-    EXPECT_EQ(-1, _tunlink(nullptr));
-}
-
-TEST(Case, ConvertsTextsCountsAndSingleCharacters) {
-    wchar_t text[] = L"MiXed";
-    EXPECT_STREQ(L"mixed", CharLower(text));
-    EXPECT_STREQ(L"MIXED", CharUpper(text));
-    EXPECT_EQ(2u, CharLowerBuff(text, 2));
-    EXPECT_STREQ(L"miXED", text);
-    EXPECT_EQ(reinterpret_cast<LPWSTR>(uintptr_t{'A'}), CharUpper(reinterpret_cast<LPWSTR>(uintptr_t{'a'})));
-    EXPECT_EQ(nullptr, CharUpper(nullptr));
-    EXPECT_EQ(text + 5, CharNext(text + 5));
-    EXPECT_EQ(text, CharPrev(text, text));
-}
-
-TEST(Strings, BearWithNull) {
-    wchar_t text[8] = L"ab";
-    EXPECT_EQ(0, lstrlen(nullptr));
-    EXPECT_GT(0, lstrcmp(nullptr, L""));
-    EXPECT_LT(0, lstrcmpi(L"", nullptr));
-    EXPECT_EQ(nullptr, lstrcpy(text, nullptr));
-    EXPECT_EQ(nullptr, lstrcat(nullptr, text));
-    EXPECT_STREQ(L"abc", lstrcat(text, L"c"));
-    EXPECT_STREQ(L"xy", lstrcpyn(text, L"xyz", 3));
-}
-
-TEST(Numbers, HaveASignInRadixTenAlone) {
-    char narrow[66];
-    wchar_t wide[66];
-    EXPECT_STREQ("-2147483648", _itoa(INT_MIN, narrow, 10));
-    EXPECT_STREQ("ffffffff", _itoa(-1, narrow, 16));
-    EXPECT_STREQ("-9223372036854775808", _i64toa(LLONG_MIN, narrow, 10));
-    EXPECT_STREQ(L"0", _itow(0, wide, 2));
-    EXPECT_STREQ(L"4294967295", _ultow(0xFFFFFFFFu, wide, 10));
-    EXPECT_STREQ(L"", _ltow(5, wide, 1));
-}
-
-TEST(SizedPrint, FillsTheBufferAndSaysWhatWasCut) {
-    const struct {
-        const char* text;
-        int result;
-        const char* bytes; // all eight
-    } cases[] = {
-        {"abc", 3, "abc\0####"}, {"abcd", 4, "abcd####"}, {"abcde", -1, "abcd####"}, {"", 0, "\0#######"}};
-    for (const auto& c : cases) {
-        char narrow[] = "########";
-        EXPECT_EQ(c.result, _snprintf(narrow, 4, "%s", c.text));
-        EXPECT_EQ(0, memcmp(narrow, c.bytes, 8)) << c.text;
-        wchar_t wide[] = L"########";
-        EXPECT_EQ(c.result, _snwprintf(wide, 4, L"%S", c.text));
-        EXPECT_TRUE(std::equal(wide, wide + 8, c.bytes)) << c.text;
-    }
-    const std::wstring text(100000, L'x');
-    std::wstring out(100001, L'#');
-    EXPECT_EQ(100000, _snwprintf(&out[0], 100001, L"%s", text.c_str()));
 }
 
 TEST(StreamText, SharesAStreamWithNarrowCallsInTheLocalesEncoding) {
@@ -162,31 +146,24 @@ TEST(StreamText, SharesAStreamWithNarrowCallsInTheLocalesEncoding) {
     ASSERT_NE(nullptr, stream);
     EXPECT_EQ(4, _ftprintf(stream, _T("%s=%d"), _T("\u00E4"), 10));
     EXPECT_LT(0, fprintf(stream, "!\n"));
-    EXPECT_EQ(0, _fputts(_T("\u20AC\nlast"), stream));
+    EXPECT_EQ(L'\u20AC', static_cast<wchar_t>(_fputtc(L'\u20AC', stream)));
+    EXPECT_EQ(0, _fputts(_T("\nlast"), stream));
     EXPECT_EQ(EOF, _fputts(L"\xD800", stream));
+    EXPECT_EQ(WEOF, _fputtc(0xD800, stream));
+    EXPECT_EQ(0u, _fputtc(0, stream));
     rewind(stream);
+    EXPECT_EQ(L'\u00E4', static_cast<wchar_t>(_fgettc(stream)));
     wchar_t line[6];
-    for (const wchar_t* wanted : {L"\u00E4=10!", L"\n", L"\u20AC\n", L"last"})
+    for (const wchar_t* wanted : {L"=10!\n", L"\u20AC\n", L"last"})
         EXPECT_STREQ(wanted, _fgetts(line, 6, stream));
     EXPECT_EQ(nullptr, _fgetts(line, 6, stream));
+    EXPECT_EQ(WEOF, _fgettc(stream));
     fclose(stream);
-}
-
-TEST(Scan, StoresWideTextForS) {
-    wchar_t word[8] = L"", set[8] = L"", one[2] = L"";
-    char narrow[8] = "";
-    int number = 0;
-    EXPECT_EQ(5, _stscanf(L"word ]x] c nar 77", L"%7s %[]x] %c %S %d", word, set, one, narrow, &number));
-    EXPECT_STREQ(L"word", word);
-    EXPECT_STREQ(L"]x]", set);
-    EXPECT_EQ(L'c', one[0]);
-    EXPECT_STREQ("nar", narrow);
-    EXPECT_EQ(77, number);
-    EXPECT_EQ(1, _stscanf(L"100% 5", L"100%% %*[0-4]%hs", narrow) + 1);
 }
 
 TEST(SurrogatePairs, NameTheFileOfTheirOneCharacter) {
     ASSERT_NE(nullptr, setlocale(LC_ALL, "C.UTF-8"));
+    EXPECT_EQ(UINT{CP_UTF8}, GetACP());
     const std::wstring directory = L"/tmp/kalto_porting_";
     const std::wstring pair = directory + wchar_t{0xD83D} + wchar_t{0xDE00};
     const std::wstring one = directory + wchar_t{0x1F600};
@@ -197,12 +174,12 @@ TEST(SurrogatePairs, NameTheFileOfTheirOneCharacter) {
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributes(one.c_str()));
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributes(pair.c_str())); // by the library
     EXPECT_TRUE(DeleteFile(one.c_str()));
+    EXPECT_TRUE(SetEnvironmentVariable(L"KALTO_PORTING_PAIR", pair.c_str()));
     for (const wchar_t alone : {wchar_t{0xD83D}, wchar_t{0xDE00}}) {
         const std::wstring name = directory + alone + L"x";
         EXPECT_EQ(INVALID_HANDLE_VALUE,
                   CreateFile(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
         EXPECT_EQ(DWORD{ERROR_INVALID_NAME}, GetLastError());
-        EXPECT_TRUE(SetEnvironmentVariable(L"KALTO_PORTING_PAIR", pair.c_str()));
         EXPECT_FALSE(SetEnvironmentVariable(L"KALTO_PORTING_PAIR", name.c_str()));
     }
 }
