@@ -8,7 +8,7 @@ using Decision =
     std::function<unsigned long(const std::string& source, const std::string& other, bool has_context)>;
 
 Decision g_decision;
-std::function<void()> g_on_copy;
+bool g_copies; // what the copier reports
 std::string g_trace;
 
 unsigned long decide(const CVurlElement* source, const CVurlElement* other, void* context) {
@@ -19,28 +19,19 @@ unsigned long decide(const CVurlElement* source, const CVurlElement* other, void
 
 bool copier(const CVurlElement* source, CVurlElement* target) {
     g_trace += std::string(source->GetTagName()) + ">" + target->GetTagName() + " ";
-    const bool copied = CVurlIterator::DefaultCopier(source, target);
-    if (g_on_copy)
-        g_on_copy();
-    return copied;
+    return CVurlIterator::DefaultCopier(source, target) && g_copies;
 }
 
 struct Merging {
-    CVurlDOM source;
-    CVurlDOM target;
-    CVurlDOM reference;
-    CVurlIterator s;
-    CVurlIterator t;
-    CVurlIterator r;
+    Document source, target, reference;
+    CVurlIterator s = at(&source);
+    CVurlIterator t = at(&target);
+    CVurlIterator r = at(&reference);
 
-    Merging(const char* source_text, const char* target_text, const char* reference_text = "<r/>") {
+    Merging(const char* source_text, const char* target_text, const char* reference_text = "<r/>")
+        : source(source_text), target(target_text), reference(reference_text) {
         g_trace.clear();
-        g_on_copy = nullptr;
-        EXPECT_EQ(
-            source.ReadDoc(source_text) + target.ReadDoc(target_text) + reference.ReadDoc(reference_text), 3);
-        s.BindToDOM(&source);
-        t.BindToDOM(&target);
-        r.BindToDOM(&reference);
+        g_copies = true;
     }
     int apply(bool with_reference, const Decision& decision) {
         g_decision = decision;
@@ -61,26 +52,32 @@ Decision by_name(unsigned long source_bits, unsigned long target_bits) {
 } // namespace
 
 TEST(Apply, ActsOnEachResultBit) {
+    constexpr unsigned long kPath = APPLY_MATCH | APPLY_CREATE_PATH;
+    const char* const source = "<r><a n='1'><b><c>u</c></b></a><b n='2'>t</b></r>";
+    const char* const old = "<r><b>old</b><x><y/></x></r>";
+    const char* const unchanged = "r(b'old',x(y))";
     const struct {
-        unsigned long source_bits;
-        unsigned long target_bits;
-        const char* target;
-        const char* trace;
+        unsigned long source_bits, target_bits;
+        const char *source, *target, *merged, *trace;
     } cases[] = {
-        {APPLY_MATCH, 0, "r(b'old',x(y))", "a~- a=b a=x b~- c~- b~- b=b b=x "},
-        {APPLY_MATCH, APPLY_MATCH | APPLY_COPY, "r(b[n=2]'t',x(y))", "a~- a=b a=x b~- c~- b~- b=b b>b "},
-        {APPLY_MATCH, APPLY_MATCH | APPLY_DELETE, "r(x(y))", "a~- a=b a=x b~- c~- b~- b=b "},
-        {APPLY_MATCH | APPLY_SKIP_CHILDREN, 0, "r(b'old',x(y))", "a~- a=b a=x b~- b=b b=x "},
-        {APPLY_MATCH | APPLY_STOP, APPLY_MATCH, "r(b'old',x(y))", "a~- a=b a=x "},
-        {APPLY_MATCH | APPLY_CREATE_PATH, APPLY_MATCH, "r(b'old',x(y),a[n=1](b(c'u')))",
+        {APPLY_MATCH, 0, source, old, unchanged, "a~- a=b a=x b~- c~- b~- b=b b=x "},
+        {APPLY_MATCH, APPLY_MATCH | APPLY_COPY, source, old, "r(b[n=2]'t',x(y))",
+         "a~- a=b a=x b~- c~- b~- b=b b>b "},
+        {APPLY_MATCH, APPLY_MATCH | APPLY_DELETE, source, old, "r(x(y))", "a~- a=b a=x b~- c~- b~- b=b "},
+        {APPLY_MATCH, APPLY_MATCH | APPLY_DELETE_CHILDREN, "<r><x/></r>", "<r><x a='1'><y/><z/></x></r>",
+         "r(x[a=1])", "x~- x=x "},
+        {APPLY_MATCH | APPLY_SKIP_CHILDREN, 0, source, old, unchanged, "a~- a=b a=x b~- b=b b=x "},
+        {APPLY_MATCH | APPLY_STOP, APPLY_MATCH, source, old, unchanged, "a~- a=b a=x "},
+        {APPLY_MATCH, APPLY_MATCH | APPLY_STOP, "<r><b/><x/></r>", old, unchanged, "b~- b=b "},
+        {kPath, APPLY_MATCH, source, old, "r(b'old',x(y),a[n=1](b(c'u')))",
          "a~- a=b a=x a>a b~- b>b c~- c>c b~- b=b "},
-        {APPLY_STOP, APPLY_MATCH, "r(b'old',x(y))", "a~- "},
-        {0, APPLY_MATCH, "r(b'old',x(y))", "a~- b~- "},
+        {APPLY_STOP, APPLY_MATCH, source, old, unchanged, "a~- "},
+        {0, APPLY_MATCH, source, old, unchanged, "a~- b~- "},
     };
     for (const auto& c : cases) {
-        Merging run("<r><a n='1'><b><c>u</c></b></a><b n='2'>t</b></r>", "<r><b>old</b><x><y/></x></r>");
+        Merging run(c.source, c.target);
         EXPECT_EQ(run.apply(false, by_name(c.source_bits, c.target_bits)), 1) << c.trace;
-        EXPECT_EQ(tree_text(run.target), c.target);
+        EXPECT_EQ(tree_text(run.target), c.merged);
         EXPECT_EQ(g_trace, c.trace);
         EXPECT_EQ(run.s.m_pNode, run.source.m_pRoot);
         EXPECT_EQ(run.t.m_pNode, run.target.m_pRoot);
@@ -88,10 +85,20 @@ TEST(Apply, ActsOnEachResultBit) {
     }
 }
 
-TEST(Apply, DeletesTheChildrenOfWhatItMatches) {
-    Merging run("<r><x/></r>", "<r><x a='1'><y/><z/></x></r>");
-    EXPECT_EQ(run.apply(false, by_name(APPLY_MATCH, APPLY_MATCH | APPLY_DELETE_CHILDREN)), 1);
-    EXPECT_EQ(tree_text(run.target), "r(x[a=1])");
+// The result is that of the last creation; the levels in between are created for the sake of the deepest.
+TEST(Apply, CreatesEveryMissingLevelBelowAMatch) {
+    const auto decision = [](const std::string& source, const std::string&, bool) {
+        return source == "c" ? APPLY_MATCH | APPLY_CREATE_PATH : APPLY_MATCH;
+    };
+    for (const bool works : {true, false}) {
+        Merging run("<r><a><b><c n='1'/></b></a></r>", "<r/>");
+        g_copies = works;
+        EXPECT_EQ(run.apply(false, decision), works);
+        EXPECT_EQ(tree_text(run.target), "r(a(b(c[n=1])))");
+        EXPECT_EQ(g_trace, "a~- b~- c~- a>a b>b c>c ");
+        run.source.FreeDOM(false);
+        EXPECT_EQ(tree_text(run.target), "r(a(b(c[n=1])))") << "names are the target's own";
+    }
 }
 
 TEST(Apply, LeavesTheIteratorsWhereItEndedOnRequest) {
@@ -139,56 +146,43 @@ TEST(Apply, RefusesWhatItCannotWalk) {
     EXPECT_EQ(g_trace, "a=- a=a ");
 }
 
-TEST(Apply, CreatesEveryMissingLevelBelowAMatch) {
-    Merging run("<r><a><b><c n='1'/></b></a></r>", "<r/>");
-    EXPECT_EQ(
-        run.apply(false, [](const std::string& source, const std::string&,
-                            bool) { return source == "c" ? APPLY_MATCH | APPLY_CREATE_PATH : APPLY_MATCH; }),
-        1);
-    EXPECT_EQ(tree_text(run.target), "r(a(b(c[n=1])))");
-    EXPECT_EQ(g_trace, "a~- b~- c~- a>a b>b c>c ");
-}
-
 // The walk goes on after the nearest ancestor that is left, whichever tree the callback takes an element
 // from.
 TEST(Apply, SurvivesCallbacksThatDeleteWhatItStandsOn) {
     constexpr char kText[] = "<r><a><b><c/><d/></b><e/></a><f/></r>";
     constexpr unsigned long kMerge = APPLY_MATCH | APPLY_COPY | APPLY_CREATE_PATH;
     const char* const visited[] = {"f", "ef", "f"}; // behind each of the three deletions in the source
-    for (int tree = 0; tree < 3; ++tree) {          // 0 source, 1 reference, 2 target
-        for (int deletion = 0; deletion < 3; ++deletion) {
-            for (const bool reuse : {false, true}) {
-                Merging run(kText, kText, kText);
-                CVurlDOM* dom = tree == 0 ? &run.source : tree == 1 ? &run.reference : &run.target;
-                bool done = false;
-                std::string after;
-                const auto decision = [&](const std::string& source, const std::string& other,
-                                          bool) -> unsigned long {
-                    if (done && (after.empty() || after.substr(after.size() - 1) != source))
-                        after += source;
-                    if (source == "c" && !done) {
-                        done = true;
-                        CVurlIterator it;
-                        it.BindToDOM(dom);
-                        it.ToChildElement();
-                        if (deletion == 1)
-                            it.ToChildElement();
-                        if (deletion == 0)
-                            it.DeleteChildren();
-                        else
-                            it.DeleteElement();
-                        it.ToRootElement();
-                        for (int i = 0; reuse && i < 4; ++i)
-                            it.InsertElement("n", VURL_LAST_CHILD);
-                    }
-                    return source == other || other == "-" ? kMerge : 0;
-                };
-                EXPECT_EQ(run.apply(true, decision), 1);
-                EXPECT_TRUE(tree != 0 || reuse || after == visited[deletion]) << after;
-                EXPECT_EQ(run.s.m_pNode, run.source.m_pRoot);
-                EXPECT_EQ(run.t.m_pNode, run.target.m_pRoot);
+    for (int run_number = 0; run_number < 18; ++run_number) {
+        const int tree = run_number % 3; // 0 source, 1 reference, 2 target
+        const int deletion = run_number / 3 % 3;
+        const bool reuse = run_number >= 9; // of the records
+        Merging run(kText, kText, kText);
+        CVurlDOM* const dom = tree == 0 ? &run.source : tree == 1 ? &run.reference : &run.target;
+        bool done = false;
+        std::string after;
+        const auto decision = [&](const std::string& source, const std::string& other, bool) {
+            if (done && (after.empty() || after.substr(after.size() - 1) != source))
+                after += source;
+            if (source == "c" && !done) {
+                done = true;
+                CVurlIterator it = at(dom);
+                it.ToChildElement();
+                if (deletion == 1)
+                    it.ToChildElement();
+                if (deletion == 0)
+                    it.DeleteChildren();
+                else
+                    it.DeleteElement();
+                it.ToRootElement();
+                for (int i = 0; reuse && i < 4; ++i)
+                    it.InsertElement("n", VURL_LAST_CHILD);
             }
-        }
+            return source == other || other == "-" ? kMerge : 0;
+        };
+        EXPECT_EQ(run.apply(true, decision), 1);
+        EXPECT_TRUE(tree != 0 || reuse || after == visited[deletion]) << after;
+        EXPECT_EQ(run.s.m_pNode, run.source.m_pRoot);
+        EXPECT_EQ(run.t.m_pNode, run.target.m_pRoot);
     }
 }
 

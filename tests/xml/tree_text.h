@@ -1,11 +1,32 @@
-// A tree as one line, for comparing: name[attribute=value,...]'text'(children...), each part only where
-// present.
+// Documents for the tests, and trees as text.
 #ifndef KALTO_TESTS_XML_TREE_TEXT_H
 #define KALTO_TESTS_XML_TREE_TEXT_H
 
+#include <gtest/gtest.h>
+#include <initializer_list>
 #include <kalto/xml.h>
 #include <string>
 
+// A document that was read.
+struct Document : CVurlDOM {
+    explicit Document(const std::string& text) { EXPECT_EQ(ReadDoc(text.c_str()), 1) << text; }
+};
+
+// An iterator bound to the element that a path of child indexes leads to.
+inline CVurlIterator at(CVurlDOM* dom, std::initializer_list<int> path = {}) {
+    CVurlNode* node = dom->m_pRoot;
+    for (int index : path) {
+        node = node->pFirstChild;
+        for (; index > 0; --index)
+            node = node->pNextSibling;
+    }
+    CVurlIterator it;
+    it.SetSubRoot(dom, node);
+    return it;
+}
+
+// A tree as one line, for comparing: name[attribute=value,...]'text'(children...), each part only where
+// present.
 inline std::string tree_text(const CVurlNode* node) {
     if (node == nullptr)
         return "-";

