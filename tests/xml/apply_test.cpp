@@ -102,29 +102,33 @@ TEST(Apply, CreatesEveryMissingLevelBelowAMatch) {
 }
 
 TEST(Apply, LeavesTheIteratorsWhereItEndedOnRequest) {
-    Merging run("<r><a><b/></a></r>", "<r><a><b/></a></r>", "<r><a><b/></a></r>");
-    constexpr unsigned long kKeep = APPLY_KEEP_SOURCE | APPLY_KEEP_REFERENCE | APPLY_KEEP_TARGET;
-    run.apply(true, [](const std::string& source, const std::string& other, bool) {
-        return source != other ? 0 : source == "b" ? APPLY_MATCH | APPLY_STOP | kKeep : APPLY_MATCH;
-    });
-    for (const CVurlIterator* it : {&run.s, &run.r, &run.t}) {
-        EXPECT_STREQ(it->GetTagName(), "b");
-        EXPECT_EQ(it->m_nDepth, 2);
+    constexpr unsigned long kKeep[] = {APPLY_KEEP_SOURCE, APPLY_KEEP_REFERENCE, APPLY_KEEP_TARGET};
+    for (int kept = 0; kept < 3; ++kept) {
+        Merging run("<r><a><b/></a></r>", "<r><a><b/></a></r>", "<r><a><b/></a></r>");
+        run.apply(true, [&](const std::string& source, const std::string& other, bool) {
+            return source != other ? 0 : source == "b" ? APPLY_MATCH | APPLY_STOP | kKeep[kept] : APPLY_MATCH;
+        });
+        const CVurlIterator* const iterators[] = {&run.s, &run.r, &run.t};
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_STREQ(iterators[i]->GetTagName(), i == kept ? "b" : "r");
+            EXPECT_EQ(iterators[i]->m_nDepth, i == kept ? 2 : 0);
+        }
     }
 }
 
-// The reference filters; decisions about the target come without the context.
+// The reference filters; decisions about the target come without the context. A match that is ignored is
+// none.
 TEST(Apply, DecidesByTheReferenceAndItsIgnoredElements) {
-    Merging run("<r><a/><b/><c/></r>", "<r/>", "<r><i/><a/><b/></r>");
+    Merging run("<r><a><x/></a><b/><c/></r>", "<r/>", "<r><i/><a><x/></a><b/></r>");
     EXPECT_EQ(run.apply(true,
                         [](const std::string& source, const std::string& other, bool) -> unsigned long {
                             if (other == "i")
-                                return APPLY_IGNORE | (source == "c" ? APPLY_STOP : 0ul);
+                                return APPLY_IGNORE | APPLY_MATCH | (source == "c" ? APPLY_STOP : 0ul);
                             return source == other ? APPLY_MATCH | APPLY_CREATE_PATH : 0ul;
                         }),
               1);
-    EXPECT_EQ(g_trace, "a~i a~a a>a b~i b~a b~b b=a b>b c~i c~a c~b ");
-    EXPECT_EQ(tree_text(run.target), "r(a,b)");
+    EXPECT_EQ(g_trace, "a~i a~a a>a x~x x>x b~i b~a b~b b=a b>b c~i c~a c~b ");
+    EXPECT_EQ(tree_text(run.target), "r(a(x),b)");
 }
 
 TEST(Apply, RefusesWhatItCannotWalk) {
