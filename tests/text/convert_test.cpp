@@ -147,6 +147,7 @@ TEST(CountedConversion, ToWideFollowsItsRules) {
         {kUtf8, "\xc3\xbc\0"s, -1, 1, 1, L"\u00fc"},
         {kUtf8, "b\xc3\xbc", 3, 10, 2, L"b\u00fc"},
         {kUtf8, "ab\xff", 3, 10, -1, L"ab"},
+        {kUtf8, "a\xc3", 2, 10, -1, L"a"}, // a character cut in two
         {kUtf8, "ab\xff", 3, 2, 2, L"ab"},
         {kC, "abc\0"s, -1, -1, -1, L""},
     };

@@ -43,6 +43,7 @@ TEST(Format, WideTakesTextOfItsOwnWidthInLowerCase) {
     EXPECT_EQ(wide(L"%-6s|%6.2s|%*s|%7s", L"abc", L"defg", 5, L"h", L"seven"),
               L"abc   |    de|    h|  seven");
     EXPECT_EQ(wide(L"%-6S|%6.2S|%7C", "abc", "defg", 'h'), L"abc   |    de|      h");
+    EXPECT_NE(wide(L"%C", 0xe4), L"\xe4"); // a byte, not the wide character of that number
     EXPECT_EQ(wide(L"%ls|%lc|%hs|%lS", L"wide", L'w', "n", L"Wide"), L"wide|w|n|Wide");
     EXPECT_EQ(wide(L"%8s|%18s|%.8s", "abc", "def", "ghi"),
               L"     abc|               def|ghi"); // the 8 hides the s

@@ -19,7 +19,7 @@ TEST(Tokenizer, SplitsByItsFlags) {
         {"a,,b", ",", false, false, "[a][b]", 2},      {"a,,b", ",", true, false, "[a,][b]", 2},
         {"a,,b", ",", false, true, "[a]<null>[b]", 3}, {"a,,b", ",", true, true, "[a,][,][b]", 3},
         {",;", ",;", true, true, "[,][;]", 2},         {",a,", ",", false, true, "<null>[a]", 2},
-        {"a b", "", false, true, "[a b]", 1},          {"\xe4,\xff", "\xff,", true, false, "[\xe4,]", 1}};
+        {"a b", "", false, true, "[a b]", 1},          {"d\xe4g,", "\xe4,", true, false, "[d\xe4][g,]", 2}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.tokens);
         qrd_StringTokenizer tokenizer(c.input, c.delimiters, c.return_delimiters);
