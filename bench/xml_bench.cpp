@@ -62,19 +62,23 @@ struct Kalto {
         benchmark::DoNotOptimize(dom.WriteDoc(&length, 0));
         return length;
     }
-    size_t walk() {
+    template <class Visit> void visit(Visit visit) {
         CVurlIterator it;
         it.BindToDOM(&dom);
-        size_t sum = 0;
         for (;;) {
-            sum += static_cast<unsigned char>(*it.GetTagName());
+            visit(it);
             if (it.ToChildElement() != 0)
                 continue;
             while (it.ToNextElement() == 0) {
                 if (it.ToParentElement() == 0)
-                    return sum;
+                    return;
             }
         }
+    }
+    size_t walk() {
+        size_t sum = 0;
+        visit([&](CVurlIterator& it) { sum += static_cast<unsigned char>(*it.GetTagName()); });
+        return sum;
     }
     size_t traverse() {
         CVurlIterator it;
@@ -86,18 +90,19 @@ struct Kalto {
         }
         return sum;
     }
-    // Reads and sets one attribute of each value.
-    size_t attributes() {
-        CVurlIterator it;
-        it.BindToDOM(&dom);
+    size_t read_attributes() {
         size_t sum = 0;
-        for (int step = it.BeginTraverseHere(); step != 0; step = it.ContinueTraverse()) {
-            if (step == 1 && *it.GetTagName() == 'v') {
+        visit([&](CVurlIterator& it) {
+            if (*it.GetTagName() == 'v')
                 sum += static_cast<unsigned char>(*it.GetAttribute("value"));
-                it.SetAttribute("value", "1");
-            }
-        }
+        });
         return sum;
+    }
+    void set_attributes() {
+        visit([&](CVurlIterator& it) {
+            if (*it.GetTagName() == 'v')
+                it.SetAttribute("value", "1");
+        });
     }
     // Deletes every second key of the second level.
     void delete_half() {
@@ -153,16 +158,19 @@ struct Pugi {
               [&](pugi::xml_node node) { sum += static_cast<unsigned char>(*node.name()); });
         return sum;
     }
-    size_t attributes() {
+    size_t read_attributes() {
         size_t sum = 0;
         visit(document.document_element(), [&](pugi::xml_node node) {
-            if (*node.name() == 'v') {
-                pugi::xml_attribute value = node.attribute("value");
-                sum += static_cast<unsigned char>(*value.value());
-                value.set_value("1");
-            }
+            if (*node.name() == 'v')
+                sum += static_cast<unsigned char>(*node.attribute("value").value());
         });
         return sum;
+    }
+    void set_attributes() {
+        visit(document.document_element(), [&](pugi::xml_node node) {
+            if (*node.name() == 'v')
+                node.attribute("value").set_value("1");
+        });
     }
     void delete_half() {
         pugi::xml_node parent = document.document_element().first_child();
@@ -211,16 +219,19 @@ struct Rapid {
               [&](rapidxml::xml_node<>* node) { sum += static_cast<unsigned char>(*node->name()); });
         return sum;
     }
-    size_t attributes() {
+    size_t read_attributes() {
         size_t sum = 0;
         visit(document.first_node(), [&](rapidxml::xml_node<>* node) {
-            if (*node->name() == 'v') {
-                rapidxml::xml_attribute<>* value = node->first_attribute("value");
-                sum += static_cast<unsigned char>(*value->value());
-                value->value(document.allocate_string("1"));
-            }
+            if (*node->name() == 'v')
+                sum += static_cast<unsigned char>(*node->first_attribute("value")->value());
         });
         return sum;
+    }
+    void set_attributes() {
+        visit(document.first_node(), [&](rapidxml::xml_node<>* node) {
+            if (*node->name() == 'v')
+                node->first_attribute("value")->value(document.allocate_string("1"));
+        });
     }
     void delete_half() {
         rapidxml::xml_node<>* parent = document.first_node()->first_node();
@@ -267,15 +278,19 @@ struct Tiny {
               [&](tinyxml2::XMLElement* node) { sum += static_cast<unsigned char>(*node->Name()); });
         return sum;
     }
-    size_t attributes() {
+    size_t read_attributes() {
         size_t sum = 0;
         visit(document.RootElement(), [&](tinyxml2::XMLElement* node) {
-            if (*node->Name() == 'v') {
+            if (*node->Name() == 'v')
                 sum += static_cast<unsigned char>(*node->Attribute("value"));
-                node->SetAttribute("value", "1");
-            }
         });
         return sum;
+    }
+    void set_attributes() {
+        visit(document.RootElement(), [&](tinyxml2::XMLElement* node) {
+            if (*node->Name() == 'v')
+                node->SetAttribute("value", "1");
+        });
     }
     void delete_half() {
         tinyxml2::XMLElement* parent = document.RootElement()->FirstChildElement();
@@ -335,34 +350,65 @@ void Traverse(benchmark::State& state) {
         benchmark::DoNotOptimize(library.traverse());
 }
 
-template <class Library> void Attributes(benchmark::State& state) {
+// Times one step on a document that has just been parsed.
+template <class Library, class Step> void time_step(benchmark::State& state, Step step) {
     for (auto _ : state) {
         Library library;
         fill_and_parse(&library, state);
         const Stopwatch watch;
-        benchmark::DoNotOptimize(library.attributes());
+        step(library);
         state.SetIterationTime(watch.seconds());
     }
+}
+
+template <class Library> void ReadAttributes(benchmark::State& state) {
+    time_step<Library>(state, [](Library& library) { benchmark::DoNotOptimize(library.read_attributes()); });
+}
+
+template <class Library> void SetAttributes(benchmark::State& state) {
+    time_step<Library>(state, [](Library& library) { library.set_attributes(); });
 }
 
 template <class Library> void DeleteHalf(benchmark::State& state) {
-    for (auto _ : state) {
-        Library library;
-        fill_and_parse(&library, state);
-        const Stopwatch watch;
-        library.delete_half();
-        state.SetIterationTime(watch.seconds());
-    }
+    time_step<Library>(state, [](Library& library) { library.delete_half(); });
 }
 
 template <class Library> void Release(benchmark::State& state) {
+    time_step<Library>(state, [](Library& library) { library.release(); });
+}
+
+size_t bytes_in_use() {
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+// The ends of pool blocks that no record has reached: no memory stands behind them yet.
+template <class Library> size_t untouched(const Library& /*library*/) {
+    return 0;
+}
+size_t untouched(const Kalto& library) {
+    size_t bytes = 0;
+    for (const CVurlMemPool* pool : {library.dom.m_pStringPool, library.dom.m_pObjectPool}) {
+        for (; pool != nullptr; pool = pool->pNext)
+            bytes += pool->Remaining();
+    }
+    return bytes;
+}
+
+// Bytes of the heap for each element, the text of the document included. The time means nothing here.
+template <class Library> void Memory(benchmark::State& state) {
+    Kalto counted;
+    fill_and_parse(&counted, state);
+    size_t elements = 0;
+    counted.visit([&](CVurlIterator& /*it*/) { ++elements; });
+    size_t bytes = 0;
     for (auto _ : state) {
+        const size_t before = bytes_in_use();
         Library library;
         fill_and_parse(&library, state);
-        const Stopwatch watch;
-        library.release();
-        state.SetIterationTime(watch.seconds());
+        bytes = bytes_in_use() - before - untouched(library);
     }
+    state.counters["bytes/element"] = static_cast<double>(bytes) / static_cast<double>(elements);
 }
 
 #define FOR_EACH_LIBRARY(name)                                                                               \
@@ -381,9 +427,17 @@ FOR_EACH_LIBRARY(Write);
 FOR_EACH_LIBRARY(Walk);
 BENCHMARK(Traverse)->NAME_ARGUMENTS;
 #undef NAME_ARGUMENTS
-#define NAME_ARGUMENTS Arg(kMedium)->UseManualTime()->Unit(benchmark::kMicrosecond)
-FOR_EACH_LIBRARY(Attributes);
+#define NAME_ARGUMENTS DenseRange(kMedium, kProse)->Iterations(1)->Unit(benchmark::kMicrosecond)
+FOR_EACH_LIBRARY(Memory);
+#undef NAME_ARGUMENTS
+// A fixed number: most of the time goes into the parsing before each step, which does not count.
+#define NAME_ARGUMENTS Arg(kMedium)->UseManualTime()->Iterations(60)->Unit(benchmark::kMicrosecond)
+FOR_EACH_LIBRARY(ReadAttributes);
+FOR_EACH_LIBRARY(SetAttributes);
 FOR_EACH_LIBRARY(DeleteHalf);
+#undef NAME_ARGUMENTS
+#define NAME_ARGUMENTS                                                                                       \
+    DenseRange(kMedium, kLarge)->UseManualTime()->Iterations(20)->Unit(benchmark::kMicrosecond)
 FOR_EACH_LIBRARY(Release);
 
 } // namespace

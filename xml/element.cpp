@@ -13,10 +13,19 @@ bool empty(const char* text) {
     return text == nullptr || *text == '\0';
 }
 
+// For names: they are shorter than a call is long.
+bool same_name(const char* a, const char* b) {
+    while (*a == *b && *a != '\0') {
+        ++a;
+        ++b;
+    }
+    return *a == *b;
+}
+
 // The link that points to the first attribute of that name, or to the end of the chain.
 CVurlAttribute** find_attribute(CVurlNode* node, const char* name) {
     CVurlAttribute** link = &node->pFirstAttribute;
-    while (*link != nullptr && !equal((*link)->pszName, name))
+    while (*link != nullptr && !same_name((*link)->pszName, name))
         link = &(*link)->pNext;
     return link;
 }

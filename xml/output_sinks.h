@@ -83,7 +83,8 @@ inline size_t growth(const char* p) {
     const __m128i each = _mm_or_si128(_mm_or_si128(more('&', 4), _mm_or_si128(more('<', 3), more('>', 3))),
                                       _mm_or_si128(more('"', 5), more('\'', 5)));
     const __m128i sums = _mm_sad_epu8(each, _mm_setzero_si128());
-    return static_cast<size_t>(_mm_cvtsi128_si32(sums) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
+    return static_cast<size_t>(_mm_cvtsi128_si32(sums)) +
+           static_cast<size_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
 #else
     size_t more = 0;
     for (size_t i = 0; i < Chunk::kSize; ++i)
