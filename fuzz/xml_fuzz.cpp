@@ -1,5 +1,6 @@
 // Any bytes parse or fail cleanly; what parses is written, read back as the same tree, and written as the
 // same text.
+#include "xml/well_formed.h"
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -39,14 +40,25 @@ bool same_tree(const CVurlNode* a, const CVurlNode* b) {
     return c == nullptr && d == nullptr;
 }
 
+void fill(CVurlDOM* dom, const uint8_t* data, size_t size) {
+    char* buffer = dom->CreateDocBuffer(static_cast<unsigned>(size));
+    require(buffer != nullptr, "no memory");
+    if (size != 0)
+        std::memcpy(buffer, data, size);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CVurlDOM first;
-    char* buffer = first.CreateDocBuffer(static_cast<unsigned>(size));
-    if (size != 0)
-        std::memcpy(buffer, data, size);
-    if (first.ReadDoc() == 0) {
+    CVurlDOM looked_at;
+    fill(&first, data, size);
+    fill(&looked_at, data, size);
+    const bool parses = first.ReadDoc() != 0;
+    require(kalto::is_well_formed(&looked_at) == parses && looked_at.m_nError == first.m_nError &&
+                looked_at.m_nDocSize == first.m_nDocSize,
+            "looking at it says something else than parsing it");
+    if (!parses) {
         require(first.m_nError >= 1 && first.m_nError <= 13 && first.m_nDocSize <= size,
                 "a fault without place");
         require(first.m_pRoot == nullptr, "a tree in spite of a fault");

@@ -4,6 +4,7 @@
 #include "registry/pending_file.h"
 
 #include "registry/store.h"
+#include "xml/well_formed.h"
 #include <cerrno>
 #include <fcntl.h>
 #include <kalto/registry.h>
@@ -16,7 +17,8 @@ namespace {
 
 enum class Verdict { whole, broken, no_memory };
 
-// Parses the file straight out of the verifying document's own buffer.
+// Reads the file into the verifying document's own buffer. Its tree is not needed: a save must get by with
+// little memory beside that of the registry itself.
 Verdict parse_file(CRegVurlDOM& document, int fd, unsigned size) {
     char* buffer = document.CreateDocBuffer(size);
     if (buffer == nullptr)
@@ -25,7 +27,7 @@ Verdict parse_file(CRegVurlDOM& document, int fd, unsigned size) {
     if (got < 0)
         return Verdict::broken;
     buffer[got] = '\0';
-    return document.ReadDoc() != 0 ? Verdict::whole : Verdict::broken;
+    return is_well_formed(&document) ? Verdict::whole : Verdict::broken;
 }
 
 void sync_folder(std::string path) {

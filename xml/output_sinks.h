@@ -17,30 +17,38 @@ inline bool may_open_section(const char* text) {
     return std::memcmp(text, "<!", 2) == 0;
 }
 
-// The pool block in which most strings of a document lie: what stands behind a string in it may be read, so
-// that many bytes can be looked at at once. Strings elsewhere are looked at byte by byte.
+// The pool block in which the strings of a document lie just now: what stands behind a string in it may be
+// read, so that many bytes can be looked at at once. Strings of other blocks follow one another, too. A
+// string that lies in no block is looked at byte by byte.
 class StringBlock {
   public:
-    explicit StringBlock(CVurlMemPool* pool) {
-        unsigned size = 0;
-        for (; pool != nullptr; pool = pool->pNext) {
-            if (pool->nSize < size)
-                continue;
-            size = pool->nSize;
-            begin_ = reinterpret_cast<std::uintptr_t>(pool_data(pool));
-        }
-        places_ = size <= Chunk::kSize ? 0 : size - Chunk::kSize;
-    }
+    explicit StringBlock(const CVurlMemPool* pool) : pool_(pool) {}
     // A chunk and one more byte may be read at p.
-    bool holds_chunk(const char* p) const { return offset(p) < places_; }
-    // Two blocks may be read at p.
-    bool holds_blocks(const char* p) const {
+    KALTO_HOT bool holds_chunk(const char* p) {
+        if (offset(p) < places_)
+            return true;
+        *this = holding(pool_, p);
+        return offset(p) < places_;
+    }
+    // Two blocks of bytes may be read at p.
+    bool holds_blocks(const char* p) {
         return holds_chunk(p) && places_ - offset(p) > 2 * kBlockSize - Chunk::kSize;
     }
 
   private:
+    [[gnu::noinline]] static StringBlock holding(const CVurlMemPool* pool, const char* p) {
+        StringBlock found(pool);
+        for (; pool != nullptr; pool = pool->pNext) {
+            found.begin_ = reinterpret_cast<std::uintptr_t>(pool + 1);
+            found.places_ = pool->nSize <= Chunk::kSize ? 0 : pool->nSize - Chunk::kSize;
+            if (found.offset(p) < found.places_)
+                return found;
+        }
+        return StringBlock(found.pool_);
+    }
     std::uintptr_t offset(const char* p) const { return reinterpret_cast<std::uintptr_t>(p) - begin_; }
 
+    const CVurlMemPool* pool_;
     std::uintptr_t begin_ = 0;
     std::uintptr_t places_ = 0;
 };

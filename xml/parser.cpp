@@ -13,6 +13,7 @@
 #include "xml/parser_guesses.h"
 #include "xml/record_carver.h"
 #include "xml/scanner.h"
+#include "xml/well_formed.h"
 #include <climits>
 #include <cstring>
 #include <iterator>
@@ -26,10 +27,10 @@ constexpr unsigned kMaxDepth = 64;
 
 class Parser {
   public:
-    // block_end is null when there is no text.
-    Parser(CVurlDOM* dom, const char* block_end)
-        : records_(dom), node_(records_.node()), attribute_(records_.attribute()), block_end_(block_end),
-          last_chunk_(block_end == nullptr ? nullptr : block_end - 16) {}
+    // block_end is null when there is no text. Without keeping, records are used again and no tree comes out.
+    Parser(CVurlDOM* dom, const char* block_end, bool keeps)
+        : keeps_(keeps), records_(dom), node_(records_.node()), attribute_(records_.attribute()),
+          block_end_(block_end), last_chunk_(block_end == nullptr ? nullptr : block_end - 16) {}
     // 0, or the code of the first fault; *stopped is where it was found.
     unsigned parse(char* text, char** stopped);
     CVurlNode* root() const { return last_; }
@@ -51,6 +52,7 @@ class Parser {
     KALTO_HOT bool slow_text(char*& p, char stop, size_t* shift) const;
     KALTO_HOT signed char name(char*& p) const;
 
+    bool keeps_;
     kalto::RecordCarver records_;
     CVurlNode* node_;
     CVurlAttribute* attribute_;
@@ -227,7 +229,8 @@ unsigned Parser::attributes(char*& p, signed char& stopped) {
             return error;
         *tail = attribute;
         tail = &attribute->pNext;
-        attribute_ = records_.attribute();
+        if (keeps_)
+            attribute_ = records_.attribute();
         if (attribute_ == nullptr) {
             *tail = nullptr;
             return kalto::kNoMemory;
@@ -318,7 +321,8 @@ unsigned Parser::add_element(const char* data) {
     } else if (data != nullptr) {
         pending_ = kalto::kTooDeep;
     }
-    node_ = records_.node();
+    if (keeps_ || data != nullptr) // an open element's name is needed for its end tag
+        node_ = records_.node();
     return node_ == nullptr ? kalto::kNoMemory : 0u;
 }
 
@@ -331,39 +335,48 @@ char* document_text(CVurlMemPool* block) {
     return ends ? text : nullptr;
 }
 
-} // namespace
-
-int CVurlDOM::ReadDoc() {
-    char* const text = document_text(m_pStringPool);
+// Parses the document's own buffer and reports in its fields.
+int read_document(CVurlDOM* dom, bool keeps) {
+    char* const text = document_text(dom->m_pStringPool);
     char* stopped = text;
     CVurlNode* node = nullptr;
     CVurlAttribute* attribute = nullptr;
     unsigned error = 0;
-    m_nDocSize = 0;
+    dom->m_nDocSize = 0;
     {
-        Parser parser(this, text == nullptr ? nullptr : text + m_pStringPool->nSize);
+        Parser parser(dom, text == nullptr ? nullptr : text + dom->m_pStringPool->nSize, keeps);
         if (parser.spare_node() == nullptr && parser.spare_attribute() == nullptr) {
             error = kalto::kNoMemory;
         } else if (text == nullptr) {
             error = kalto::kIncomplete;
         } else {
-            ScanForDocStyle(text);
+            dom->ScanForDocStyle(text);
             error = parser.parse(text, &stopped);
         }
         node = parser.spare_node();
         attribute = parser.spare_attribute();
-        if (error == 0)
-            m_pRoot = parser.root();
+        if (error == 0 && keeps)
+            dom->m_pRoot = parser.root();
     }
     if (node != nullptr)
-        FreeNode(node);
+        dom->FreeNode(node);
     if (attribute != nullptr)
-        FreeAttribute(attribute);
+        dom->FreeAttribute(attribute);
     if (error == 0)
         return 1; // Deliberate: m_nError keeps an earlier failure, which applications report later
-    m_nError = error;
-    m_nDocSize = static_cast<unsigned>(stopped - text);
+    dom->m_nError = error;
+    dom->m_nDocSize = static_cast<unsigned>(stopped - text);
     return 0;
+}
+
+} // namespace
+
+int CVurlDOM::ReadDoc() {
+    return read_document(this, true);
+}
+
+bool kalto::is_well_formed(CVurlDOM* dom) {
+    return read_document(dom, false) != 0;
 }
 
 int CVurlDOM::ReadDoc(const char* text) {
