@@ -21,13 +21,14 @@ function(kalto_sanitize target)
 endfunction()
 
 # The two shared libraries: SONAME, no undefined names but the ones an application must supply, nothing of the
-# C++ runtime's templates exported.
+# C++ runtime's templates exported. Their own calls of their own functions are bound here: a third of the start's look-ups
+# less, and a function of the application's that happens to have one of these names (LoadRegistry, lstrlen) is its own affair.
 function(kalto_shared_library target)
   kalto_sanitize(${target})
   set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
   target_link_libraries(${target} PRIVATE Threads::Threads ${CMAKE_DL_LIBS} rt)
   target_link_options(${target} PRIVATE
-    -Wl,--as-needed -Wl,-z,relro
+    -Wl,--as-needed -Wl,-z,relro -Wl,-Bsymbolic-functions
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/hide-runtime.map)
   set_target_properties(${target} PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/hide-runtime.map)
   target_include_directories(${target} PUBLIC
