@@ -41,7 +41,9 @@ END
 
 scan 2 # there is no input yet
 grep -q 'cannot read \\var\\lib\\stockscan\\scans.txt: error 2$' log || fail "the missing file is not named"
-[ "$(grep -cE 'Name="(Input|Catalogue|Report|PlugIn|StopFile|Workers|QueueLength|ErrorLimit|Runs)"' $registry)" -eq 9 ] || fail "the first run has not created the settings"
+for setting in Input Catalogue Report PlugIn StopFile Workers QueueLength ErrorLimit Runs; do
+    grep -q "Name=\"$setting\"" $registry || fail "the first run has not created the setting $setting"
+done
 
 printf '2000000000015\r\n\n \t\r\n 2000000000008\t\n2000000000015\n2000000000022' >$files/scans.txt
 scan 0

@@ -113,6 +113,8 @@ int SoakInTwoProcesses(const Plan& plan) {
     if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0)
         return 1;
     const pid_t second = fork();
+    if (second < 0)
+        return 1;
     close(ends[second == 0 ? 0 : 1]);
     if (second == 0)
         SecondProcess(plan, ends[1]);
