@@ -46,6 +46,7 @@ TEST(Element, ReturnsWhatIsStoredAndStoresNothingTwice) {
     EXPECT_STREQ(x.SetData("u"), "u");
     EXPECT_STREQ(x.SetTagName(""), "");
     EXPECT_EQ(x.SetTagName(nullptr), nullptr);
+    EXPECT_STREQ(x.GetTagName(), "x");
     EXPECT_STREQ(x.SetTagName("y"), "y");
     const char own[] = "own";
     EXPECT_EQ(x.SetAttribute("b", own, false), own);
@@ -162,6 +163,7 @@ TEST(Iterator, InsertsNothingWhereThereIsNoSuchPlace) {
 TEST(Iterator, CopiesAnElementIntoItself) {
     Document dom("<r><a i='1'><b>t</b></a></r>");
     EXPECT_EQ(at(&dom, {0}).InsertCopyOfElement(at(&dom), VURL_LAST_CHILD), 1);
+    EXPECT_EQ(at(&dom, {0, 1, 0, 0}).GetData(), at(&dom, {0, 0}).GetData()) << "strings are shared";
     EXPECT_EQ(tree_text(dom), "r(a[i=1](b't',r(a[i=1](b't'))))");
 }
 
