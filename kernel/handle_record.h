@@ -93,6 +93,7 @@ struct SyncRecord {
     bool doomed;      // nobody is left to close it: the last pin frees it
     bool joined;      // thread: somebody has joined it or is joining it
     bool resumed;     // thread: guarded by start_mutex
+    void* owned;      // thread: malloc'ed, may be null; freed with the record
     pthread_mutex_t start_mutex;
     pthread_cond_t start_condition;
 };

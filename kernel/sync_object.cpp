@@ -5,7 +5,7 @@
 #include "kernel/wait_group.h"
 #include <errno.h>
 #include <kalto/system.h>
-#include <limits>
+#include <stdlib.h>
 
 namespace kalto {
 
@@ -99,6 +99,7 @@ static void destroy(SyncRecord& object) {
             pthread_detach(object.u.thread.id);
         pthread_cond_destroy(&object.start_condition);
         pthread_mutex_destroy(&object.start_mutex);
+        free(object.owned);
     }
     sem_destroy(&object.signal);
     sem_destroy(&object.guard);

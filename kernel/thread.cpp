@@ -110,6 +110,12 @@ class Join : private Pin {
     bool done_ = false;
 };
 
+// Until it is signalled, also while somebody has it terminated and waits for its end. From then on it may
+// hold its own reference for a moment more.
+bool still_active(SyncRecord& thread) {
+    return !thread.closed && thread.state == 0 && InterlockedExchangeAdd(&thread.head.references, 0) >= 2;
+}
+
 bool joinable(const SyncRecord& thread) {
     return !thread.closed && !thread.joined && thread.u.thread.id != 0;
 }
@@ -227,15 +233,14 @@ BOOL GetExitCodeThread(HANDLE hThread, LPDWORD lpExitCode) {
     if (thread == nullptr)
         return FALSE;
     kalto::take(thread->guard);
-    if (!kalto::joinable(*thread)) {
-        kalto::give_back(thread->guard);
-        return FALSE;
-    }
-    // A thread that has become signalled may still hold its own reference for a moment.
-    if (thread->state == 0 && InterlockedExchangeAdd(&thread->head.references, 0) >= 2) {
+    if (kalto::still_active(*thread)) {
         kalto::give_back(thread->guard);
         kalto::store(lpExitCode, STILL_ACTIVE);
         return TRUE;
+    }
+    if (!kalto::joinable(*thread)) {
+        kalto::give_back(thread->guard);
+        return FALSE;
     }
     kalto::Join join(*thread);
     void* result = nullptr;

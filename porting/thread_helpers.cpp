@@ -18,10 +18,10 @@ struct Start {
     void* argument;
 };
 
-// Ends with ExitThread, because the result of a thread's routine is not its exit code.
+// Ends with ExitThread, because the result of a thread's routine is not its exit code. The parameter is the
+// record's to free: a thread that is terminated before its start never comes here.
 DWORD WINAPI run(LPVOID parameter) {
-    const Start start = *static_cast<Start*>(parameter);
-    std::free(parameter);
+    const Start& start = *static_cast<const Start*>(parameter);
     ExitThread(start.routine(start.argument));
     return 0;
 }
@@ -90,6 +90,7 @@ UINT_PTR _beginthreadex(void* /*security*/, unsigned stack_size, unsigned(WINAPI
         errno = EAGAIN;
         return 0;
     }
+    thread_of(thread)->owned = parameter;
     if (thread_id != nullptr)
         *thread_id = static_cast<unsigned>(GetThreadId(thread));
     return reinterpret_cast<UINT_PTR>(thread);
