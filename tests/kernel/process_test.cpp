@@ -1,133 +1,98 @@
-#include "kernel/handle_record.h"
 #include "tests/kernel/sleeper.h"
+#include "tests/scratch.h"
 
-#include <fcntl.h>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 using namespace kalto_test;
 
 namespace {
 
-// A directory with a script that writes its arguments, one a line, to a file and then ends.
-class Program {
+// A script that writes its arguments, one a line, and what else it was started with.
+class Program : public Scratch {
   public:
     Program() {
-        char name[] = "/tmp/kalto_process_XXXXXX";
-        directory_ = mkdtemp(name);
-        std::ofstream script(path());
-        script << "#!/bin/sh\nprintf '%s\\n' \"$0\" \"$@\" >'" << directory_ << "/part'\n"
-               << "echo $PPID >'" << directory_ << "/parent'\n"
-               << "readlink /proc/$$/fd/0 >'" << directory_ << "/input'\n"
-               << "mv '" << directory_ << "/part' '" << directory_ << "/written'\n";
-        script.close();
-        chmod(path().c_str(), 0755);
+        put("program",
+            "#!/bin/sh\n"
+            "cd '" +
+                path() +
+                "'\n"
+                "printf '%s\\n' \"$0\" \"$@\" >part\n"
+                "echo $PPID >parent\n"
+                "[ $(cut -d ' ' -f 6 /proc/$$/stat) = $$ ] && echo own >session\n"
+                "(cd /proc/$$/fd && readlink 0 1 2 700) >descriptors\n"
+                "mv part written\n",
+            0755);
     }
-    ~Program() { static_cast<void>(system(("rm -r " + directory_).c_str())); }
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
-
-    std::string path() const { return directory_ + "/program"; }
-    std::wstring wide(char separator) const {
-        std::wstring text;
-        for (const char c : path())
-            text += static_cast<wchar_t>(c == '/' ? separator : c);
-        return text;
-    }
+    std::string file() const { return path("program"); }
     // What the program wrote, once it has.
     std::string written() const {
-        const std::string file = directory_ + "/written";
-        for (int tries = 0; access(file.c_str(), F_OK) != 0; ++tries) {
+        for (int tries = 0; access(path("written").c_str(), F_OK) != 0; ++tries) {
             if (tries > 20000 * KALTO_TEST_TIME_FACTOR)
                 return "nothing";
             usleep(500);
         }
-        std::stringstream text;
-        text << std::ifstream(file).rdbuf();
-        unlink(file.c_str());
-        return text.str();
+        const std::string text = get("written");
+        unlink(path("written").c_str());
+        return text;
     }
-    std::string line_of(const char* name) const {
-        std::string line;
-        std::ifstream file(directory_ + "/" + name);
-        std::getline(file, line);
-        return line;
-    }
-
-  private:
-    std::string directory_;
 };
 
-BOOL run(LPCWSTR application, std::wstring line, BOOL inherit, LPPROCESS_INFORMATION information) {
-    return CreateProcess(application, line.data(), nullptr, nullptr, inherit, 0, nullptr, nullptr, nullptr,
+BOOL run(LPCWSTR application, LPWSTR line, BOOL inherit, LPPROCESS_INFORMATION information) {
+    return CreateProcess(application, line, nullptr, nullptr, inherit, 0, nullptr, nullptr, nullptr,
                          information);
 }
 
+// Deliberate: no quoting, and without an application name the program sees its path twice.
 TEST(Process, PathAndArguments) {
     const Program program;
-    const std::string slashes = program.path();
-    const std::wstring with_backslashes = program.wide('\\');
-    EXPECT_TRUE(run(with_backslashes.c_str(), L"one \t \"two\" a\\b", TRUE, nullptr));
-    EXPECT_EQ(program.written(), slashes + "\none\n\"two\"\na\\b\n");
-    // Without an application name the program sees its path twice.
-    EXPECT_TRUE(run(nullptr, with_backslashes + L" x", TRUE, nullptr));
-    EXPECT_EQ(program.written(), slashes + "\n" + slashes + "\nx\n");
-    EXPECT_TRUE(CreateProcess(with_backslashes.c_str(), nullptr, nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                              nullptr, nullptr));
-    EXPECT_EQ(program.written(), slashes + "\n");
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child is left behind";
-}
-
-TEST(Process, TakesAtMost127Words) {
-    const Program program;
-    std::wstring line;
-    std::string expected = program.path() + "\n";
+    const std::wstring path = program.wide("program"); // with backslashes
+    std::wstring many;
+    std::string first_127;
     for (int i = 0; i < 200; ++i) {
-        line += L" w" + std::to_wstring(i);
-        if (i < 127)
-            expected += "w" + std::to_string(i) + "\n";
+        many += L" w" + std::to_wstring(i);
+        first_127 += i < 127 ? "w" + std::to_string(i) + "\n" : "";
     }
-    EXPECT_TRUE(run(program.wide('/').c_str(), line, TRUE, nullptr));
-    EXPECT_EQ(program.written(), expected);
-}
-
-TEST(Process, GetsItsModeWhenItHasNone) {
-    const Program program;
-    chmod(program.path().c_str(), 0600);
-    EXPECT_TRUE(run(program.wide('/').c_str(), L"", TRUE, nullptr));
-    EXPECT_EQ(program.written(), program.path() + "\n");
-    struct stat status {};
-    stat(program.path().c_str(), &status);
-    EXPECT_EQ(status.st_mode & 07777, mode_t{0755});
+    struct Case {
+        LPCWSTR application;
+        std::wstring line;
+        std::string arguments;
+    };
+    for (const Case& c : {Case{path.c_str(), L"one \t \"two\" a\\b", "one\n\"two\"\na\\b\n"},
+                          Case{nullptr, path + L" x", program.file() + "\nx\n"}, Case{path.c_str(), L"", ""},
+                          Case{path.c_str(), many, first_127}}) {
+        std::wstring line = c.line;
+        EXPECT_TRUE(run(c.application, line.empty() ? nullptr : line.data(), TRUE, nullptr));
+        EXPECT_EQ(program.written(), program.file() + "\n" + c.arguments);
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child is left behind";
+    }
 }
 
 // Deliberate: hThread holds the handle, and it stands for the helper process, which ends at once.
 TEST(Process, InformationHoldsOneHandleInhThread) {
     const Program program;
+    chmod(program.file().c_str(), 0600); // which the start puts right
+    dup2(0, 700);
     PROCESS_INFORMATION information{INVALID_HANDLE_VALUE, INVALID_HANDLE_VALUE, 1, 2};
-    ASSERT_TRUE(run(program.wide('/').c_str(), L"x", FALSE, &information));
+    ASSERT_TRUE(run(program.wide("program").c_str(), nullptr, FALSE, &information));
     EXPECT_EQ(information.hProcess, nullptr);
     EXPECT_EQ(information.dwProcessId, 0xFFFFFFFFu);
     EXPECT_EQ(information.dwThreadId, 2u);
-    EXPECT_EQ(WaitForSingleObject(information.hThread, 0), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(WaitForMultipleObjects(1, &information.hThread, FALSE, INFINITE), DWORD{WAIT_OBJECT_0});
+    EXPECT_EQ(poll(information.hThread), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForMultipleObjects(1, &information.hThread, FALSE, INFINITE), WAIT_OBJECT_0);
     EXPECT_TRUE(CloseHandle(information.hThread));
-    EXPECT_EQ(program.written(), program.path() + "\nx\n");
-    EXPECT_EQ(program.line_of("input"), "/dev/null") << "nothing is inherited";
-    EXPECT_NE(program.line_of("parent"), std::to_string(getpid())) << "it is nobody's child to collect";
+    EXPECT_EQ(program.written(), program.file() + "\n");
+    EXPECT_EQ(program.get("descriptors"), "/dev/null\n/dev/null\n/dev/null\n") << "nothing is inherited";
+    EXPECT_EQ(program.get("session"), "own\n");
+    EXPECT_NE(program.get("parent"), std::to_string(getpid()) + "\n") << "it is nobody's child to collect";
+    EXPECT_EQ(program.status("program").st_mode & 07777, mode_t{0755});
 }
 
 TEST(Process, AProgramThatDoesNotExistIsNotNoticed) {
     PROCESS_INFORMATION information{};
-    EXPECT_TRUE(run(L"\\no\\such\\program", L"", TRUE, &information));
+    EXPECT_TRUE(run(L"\\no\\such\\program", nullptr, TRUE, &information));
     CloseHandle(information.hThread);
-    EXPECT_TRUE(run(nullptr, L"", TRUE, nullptr));
-    EXPECT_FALSE(run(L"/\xD800\x7FFFFFFF", L"", TRUE, nullptr)) << "no such text in any locale";
+    EXPECT_TRUE(run(nullptr, nullptr, TRUE, nullptr));
+    EXPECT_FALSE(run(L"/\xD800\x7FFFFFFF", nullptr, TRUE, nullptr)) << "no such text in any locale";
 }
 
 TEST(ProcessRecord, AChildIsWaitedForUntilItEndsAndCollectedOnce) {
@@ -136,47 +101,14 @@ TEST(ProcessRecord, AChildIsWaitedForUntilItEndsAndCollectedOnce) {
         usleep(100000);
         _exit(0);
     }
-    HANDLE handle = nullptr;
-    create_handle(HT_PROCESS, nullptr, &handle);
-    kalto::process_record_of(handle)->pid = child;
-    EXPECT_EQ(WaitForSingleObject(handle, 1), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(waitpid(child, nullptr, WNOHANG), -1) << "collected";
-    CloseHandle(handle);
-}
-
-TEST(ProcessRecord, OfAForkThatFailedTakesNobodyElsesChild) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(0);
-    HANDLE handle = nullptr;
-    create_handle(HT_PROCESS, nullptr, &handle);
-    kalto::process_record_of(handle)->pid = -1;
-    EXPECT_EQ(WaitForSingleObject(handle, INFINITE), DWORD{WAIT_OBJECT_0});
-    CloseHandle(handle);
-    EXPECT_EQ(waitpid(child, nullptr, 0), child);
-}
-
-TEST(CloseAllHandles, LeavesThreeDescriptorsOnTheNullDevice) {
-    const pid_t child = fork();
-    if (child == 0) {
-        const int many[] = {open("/", O_RDONLY), dup2(0, 700)};
-        if (closeallhandles() != 0)
-            _exit(1);
-        for (const int descriptor : many) {
-            if (fcntl(descriptor, F_GETFD) != -1 && descriptor > 2)
-                _exit(2);
-        }
-        char target[32] = {};
-        for (int i = 0; i < 3; ++i) {
-            const std::string link = "/proc/self/fd/" + std::to_string(i);
-            if (readlink(link.c_str(), target, sizeof target - 1) < 0 || std::string(target) != "/dev/null")
-                _exit(3);
-        }
-        _exit(getsid(0) == getpid() ? 0 : 4);
+    for (const pid_t pid : {pid_t{-1}, child}) { // -1: of a fork that failed; it takes nobody else's child
+        HANDLE handle = nullptr;
+        create_handle(HT_PROCESS, nullptr, &handle);
+        kalto::process_record_of(handle)->pid = pid;
+        EXPECT_EQ(WaitForSingleObject(handle, 1), WAIT_OBJECT_0);
+        EXPECT_EQ(waitpid(child, nullptr, WNOHANG), pid == child ? -1 : 0) << "collected, or still there";
+        CloseHandle(handle);
     }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
 }
 
 } // namespace

@@ -1,36 +1,29 @@
-// A thread that a test sends into a blocking call.
+// What the tests of kernel/ share: a thread that a test sends into a blocking call, and small steps.
 #ifndef KALTO_TESTS_KERNEL_SLEEPER_H
 #define KALTO_TESTS_KERNEL_SLEEPER_H
+
+#include "kernel/handle_record.h"
 
 #include <atomic>
 #include <fstream>
 #include <functional>
-#include <kalto/core.h>
-#include <kalto/kernel.h>
-#include <signal.h>
+#include <gtest/gtest.h>
 #include <string>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
 namespace kalto_test {
 
 class Sleeper {
   public:
-    explicit Sleeper(std::function<DWORD()> call) : call_(std::move(call)) {
-        pthread_create(
-            &thread_, nullptr,
-            [](void* self) -> void* {
-                auto* const me = static_cast<Sleeper*>(self);
-                me->id_ = static_cast<long>(syscall(SYS_gettid));
-                me->result_ = me->call_();
-                me->returned_ = true;
-                return nullptr;
-            },
-            this);
-    }
-    ~Sleeper() { join(); }
-    Sleeper(const Sleeper&) = delete;
-    Sleeper& operator=(const Sleeper&) = delete;
+    explicit Sleeper(std::function<DWORD()> call)
+        : thread_([this, call] {
+              id_ = static_cast<long>(syscall(SYS_gettid));
+              result_ = call();
+              returned_ = true;
+          }) {}
+    ~Sleeper() { result(); }
 
     // Returns once the thread sleeps in the kernel (or has returned).
     Sleeper& until_asleep() {
@@ -39,49 +32,27 @@ class Sleeper {
         return *this;
     }
     bool returned() const { return returned_; }
-    pthread_t thread() const { return thread_; }
-    DWORD result() {
-        join();
+    pthread_t thread() { return thread_.native_handle(); }
+    DWORD result() { // 0 for a thread that was terminated
+        if (thread_.joinable())
+            thread_.join();
         return result_;
-    }
-    // True when the thread was terminated, false when it returned first.
-    bool terminate() {
-        pthread_cancel(thread_);
-        join();
-        return !returned_;
     }
 
   private:
     bool asleep() const {
-        if (id_ == 0)
-            return false;
         std::ifstream status("/proc/self/task/" + std::to_string(id_) + "/stat");
         std::string text;
         std::getline(status, text);
         const auto name_end = text.rfind(')');
         return name_end != std::string::npos && text.compare(name_end, 3, ") S") == 0;
     }
-    void join() {
-        if (!joined_)
-            pthread_join(thread_, nullptr);
-        joined_ = true;
-    }
 
-    std::function<DWORD()> call_;
-    pthread_t thread_{};
     std::atomic<long> id_{0};
     std::atomic<bool> returned_{false};
     DWORD result_ = 0;
-    bool joined_ = false;
+    std::thread thread_; // the last, because it uses the others
 };
-
-// Makes a signal interrupt what it reaches, after the library has installed its own handlers.
-inline void make_interrupting(int signal) {
-    InstallSignalHandlers();
-    struct sigaction interrupt {};
-    interrupt.sa_handler = [](int) {}; // without SA_RESTART
-    sigaction(signal, &interrupt, nullptr);
-}
 
 // A handle that is closed at the end of its scope.
 class Handle {
@@ -99,6 +70,37 @@ class Handle {
 inline HANDLE make_event(bool manual, bool set = false) {
     return CreateEvent(nullptr, manual, set, nullptr);
 }
+
+inline DWORD poll(HANDLE handle) {
+    return WaitForSingleObject(handle, 0);
+}
+
+inline DWORD poll_elsewhere(HANDLE handle) { // by another thread
+    return Sleeper([=] { return poll(handle); }).result();
+}
+
+inline LONG references(HANDLE handle) {
+    return InterlockedExchangeAdd(static_cast<LONG*>(handle) + 1, 0);
+}
+
+// No wait has left anything behind.
+inline void expect_untouched(HANDLE handle) {
+    EXPECT_EQ(references(handle), 1);
+    EXPECT_EQ(kalto::sync_record_of(handle)->link, nullptr);
+    EXPECT_EQ(kalto::sync_record_of(handle)->pins, DWORD{0});
+}
+
+// Objects that serve one wait for each signal. Made without one they are not signalled for other threads.
+const struct Kind {
+    const char* what;
+    HANDLE (*make)(BOOL signalled);
+    BOOL (*signal)(HANDLE);
+} kKinds[] = {
+    {"event", [](BOOL signalled) { return CreateEvent(nullptr, FALSE, signalled, nullptr); }, SetEvent},
+    {"mutex", [](BOOL signalled) { return CreateMutex(nullptr, !signalled, nullptr); }, ReleaseMutex},
+    {"semaphore", [](BOOL signalled) { return CreateSemaphore(nullptr, signalled, 2, nullptr); },
+     [](HANDLE h) { return ReleaseSemaphore(h, 1, nullptr); }},
+};
 
 } // namespace kalto_test
 

@@ -1,11 +1,7 @@
-#include "kernel/handle_record.h"
 #include "tests/kernel/sleeper.h"
 
-#include <gtest/gtest.h>
 #include <list>
-#include <sys/wait.h>
 #include <time.h>
-#include <vector>
 
 using namespace kalto_test;
 
@@ -15,216 +11,178 @@ static_assert(WAIT_OBJECT_0 == 10000 && WAIT_ABANDONED_0 == 20000 && WAIT_TIMEOU
 
 namespace {
 
-DWORD poll(HANDLE handle) {
-    return WaitForSingleObject(handle, 0);
-}
-
-int left_over_posts(HANDLE handle) {
-    int value = -1;
-    sem_getvalue(&kalto::sync_record_of(handle)->signal, &value);
-    return value;
-}
-
 TEST(Event, AutoResetServesOneWaitAndManualResetEveryWait) {
     const Handle once(make_event(false));
     const Handle always(make_event(true));
-    EXPECT_EQ(poll(once), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(poll(once), WAIT_TIMEOUT);
     EXPECT_TRUE(SetEvent(once));
     EXPECT_TRUE(KaltoSetEvent(always));
-    EXPECT_EQ(poll(once), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(poll(once), DWORD{WAIT_TIMEOUT});
-    EXPECT_EQ(poll(always), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(poll(always), DWORD{WAIT_OBJECT_0});
+    EXPECT_EQ(poll(once), WAIT_OBJECT_0);
+    EXPECT_EQ(poll(once), WAIT_TIMEOUT);
+    EXPECT_EQ(poll(always), WAIT_OBJECT_0);
     EXPECT_FALSE(PulseEvent(always));
-    EXPECT_EQ(poll(always), DWORD{WAIT_OBJECT_0}) << "a pulse leaves the event alone";
+    EXPECT_EQ(poll(always), WAIT_OBJECT_0) << "a pulse leaves the event alone";
     EXPECT_TRUE(KaltoResetEvent(always));
-    EXPECT_EQ(poll(always), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(poll(always), WAIT_TIMEOUT);
+    int posts = -1;
+    sem_getvalue(&kalto::sync_record_of(always)->signal, &posts);
+    EXPECT_LE(posts, 1) << "nothing is posted for nobody";
 }
 
+// Deliberate, all of it: no recursion count, anybody may release, and too often does no harm.
 TEST(Mutex, CanBeTakenAgainByItsOwnerAndOneReleaseFreesIt) {
     const Handle mutex(CreateMutex(nullptr, TRUE, nullptr));
-    EXPECT_EQ(poll(mutex), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(poll(mutex), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(Sleeper([&] { return poll(mutex); }).result(), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(poll(mutex), WAIT_OBJECT_0);
+    EXPECT_EQ(poll(mutex), WAIT_OBJECT_0);
+    EXPECT_EQ(poll_elsewhere(mutex), WAIT_TIMEOUT);
     EXPECT_TRUE(ReleaseMutex(mutex));
-    EXPECT_EQ(Sleeper([&] { return poll(mutex); }).result(), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(poll(mutex), DWORD{WAIT_TIMEOUT});
-    // Deliberate: anybody may release it, and too often does no harm.
+    EXPECT_EQ(poll_elsewhere(mutex), WAIT_OBJECT_0);
+    EXPECT_EQ(poll(mutex), WAIT_TIMEOUT);
     EXPECT_TRUE(ReleaseMutex(mutex));
     EXPECT_TRUE(ReleaseMutex(mutex));
-    EXPECT_EQ(poll(mutex), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(Sleeper([&] { return poll(mutex); }).result(), DWORD{WAIT_TIMEOUT});
-    // And then it is free for its old owner too, who takes it anew.
-    EXPECT_EQ(Sleeper([&] { return static_cast<DWORD>(ReleaseMutex(mutex)); }).result(), DWORD{TRUE});
-    EXPECT_EQ(poll(mutex), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(Sleeper([&] { return poll(mutex); }).result(), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(poll(mutex), WAIT_OBJECT_0);
+    EXPECT_EQ(poll_elsewhere(mutex), WAIT_TIMEOUT);
+    // Released by a stranger it is free for its old owner too, who takes it anew.
+    Sleeper([&] { return static_cast<DWORD>(ReleaseMutex(mutex)); }).result();
+    EXPECT_EQ(poll(mutex), WAIT_OBJECT_0);
+    EXPECT_EQ(poll_elsewhere(mutex), WAIT_TIMEOUT);
 }
 
 TEST(Semaphore, ReleaseSaturatesAndReportsTheCountBefore) {
     struct Case {
         LONG initial, maximum, release, after;
     };
-    for (const Case& c :
-         {Case{0, 2, 5, 2}, Case{1, 5, 2, 3}, Case{2, 2, 1, 2}, Case{5, 2, 1, 2}, Case{2, 5, -1, 1}}) {
+    for (const Case& c : {Case{0, 2, 5, 2}, Case{1, 5, 2, 3}, Case{5, 2, 1, 2}, Case{2, 5, -1, 1}}) {
         const Handle semaphore(CreateSemaphore(nullptr, c.initial, c.maximum, nullptr));
         LONG before = -99;
         EXPECT_TRUE(ReleaseSemaphore(semaphore, c.release, &before));
         EXPECT_EQ(before, c.initial);
         for (LONG i = 0; i < c.after; ++i)
-            EXPECT_EQ(poll(semaphore), DWORD{WAIT_OBJECT_0}) << c.initial << " " << c.release;
-        EXPECT_EQ(poll(semaphore), DWORD{WAIT_TIMEOUT}) << c.initial << " " << c.release;
+            EXPECT_EQ(poll(semaphore), WAIT_OBJECT_0) << c.initial << " " << c.release;
+        EXPECT_EQ(poll(semaphore), WAIT_TIMEOUT) << c.initial << " " << c.release;
     }
 }
 
-TEST(Calls, RefuseWhatIsNoHandleOrNoSuchObject) {
-    const Handle event(make_event(true));
-    const Handle mutex(CreateMutex(nullptr, FALSE, nullptr));
-    HANDLE module = nullptr; // a record that no wait and no signal has a meaning for
-    HANDLE bare = nullptr;   // never made into an event
-    create_handle(HT_MODULE, nullptr, &module);
-    create_handle(HT_EVENT, nullptr, &bare);
-    for (const HANDLE bad : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE, module, bare}) {
-        EXPECT_EQ(WaitForSingleObject(bad, INFINITE), DWORD{WAIT_FAILED});
-        EXPECT_FALSE(SetEvent(bad));
-        EXPECT_FALSE(ResetEvent(bad));
-        EXPECT_FALSE(ReleaseSemaphore(bad, 1, nullptr));
-        EXPECT_FALSE(ReleaseMutex(bad));
-        const HANDLE several[] = {event, bad};
-        EXPECT_EQ(WaitForMultipleObjects(2, several, FALSE, INFINITE), DWORD{WAIT_FAILED});
-    }
-    EXPECT_FALSE(SetEvent(mutex));
-    EXPECT_FALSE(ReleaseMutex(event));
-    CloseHandle(module);
-    CloseHandle(bare);
+// Deliberate: applications poll in the rhythm of the time-out.
+TEST(Search, IsNeverSignalled) {
+    HANDLE search = nullptr;
+    create_handle(HT_FIND, nullptr, &search);
+    EXPECT_EQ(WaitForSingleObject(search, 5), WAIT_TIMEOUT);
+    EXPECT_EQ(WaitForMultipleObjects(1, &search, FALSE, 5), WAIT_TIMEOUT);
+    EXPECT_EQ(references(search), 1);
+    CloseHandle(search);
 }
 
 TEST(NamedEvent, IsSharedAsItIsAndRefusedOnceClosed) {
     const HANDLE first = CreateEvent(nullptr, TRUE, TRUE, L"door");
     const HANDLE second = CreateEvent(nullptr, FALSE, FALSE, L"door");
     EXPECT_EQ(second, first);
-    EXPECT_EQ(poll(second), DWORD{WAIT_OBJECT_0}) << "the arguments of the second create are not applied";
-    const Handle other(CreateMutex(nullptr, FALSE, L"door"));
-    EXPECT_NE(static_cast<HANDLE>(other), first);
-    Sleeper blocked([&] {
-        ResetEvent(second);
-        return WaitForSingleObject(second, INFINITE);
-    });
+    EXPECT_EQ(poll(second), WAIT_OBJECT_0) << "the arguments of the second create are not applied";
+    ResetEvent(second);
+    Sleeper blocked([&] { return WaitForSingleObject(second, INFINITE); });
     blocked.until_asleep();
     CloseHandle(first);
-    EXPECT_EQ(blocked.result(), DWORD{WAIT_FAILED}) << "nobody can signal it any more";
+    EXPECT_EQ(blocked.result(), WAIT_FAILED) << "nobody can signal it any more";
     EXPECT_FALSE(SetEvent(second));
-    EXPECT_EQ(poll(second), DWORD{WAIT_FAILED});
+    EXPECT_EQ(poll(second), WAIT_FAILED);
     CloseHandle(second);
 }
 
+void expect_no_thread(HANDLE bad) {
+    EXPECT_FALSE(TerminateThread(bad, 0) || GetExitCodeThread(bad, nullptr) || SetThreadPriority(bad, 1));
+    EXPECT_EQ(GetThreadPriority(bad), THREAD_PRIORITY_ERROR_RETURN);
+    EXPECT_EQ(ResumeThread(bad), 0xFFFFFFFFu);
+    EXPECT_EQ(SuspendThread(bad), 0xFFFFFFFFu);
+}
+
+TEST(Calls, RefuseWhatIsNoHandleOrNoSuchObject) {
+    HANDLE module = nullptr;
+    HANDLE bare = nullptr; // a record that was never made into an event
+    create_handle(HT_MODULE, nullptr, &module);
+    create_handle(HT_EVENT, nullptr, &bare);
+    for (const HANDLE bad : {GetCurrentThread(), INVALID_HANDLE_VALUE, module, bare}) {
+        EXPECT_EQ(WaitForSingleObject(bad, INFINITE), WAIT_FAILED);
+        EXPECT_EQ(WaitForMultipleObjects(1, &bad, TRUE, INFINITE), WAIT_FAILED);
+        EXPECT_FALSE(SetEvent(bad) || ResetEvent(bad));
+        EXPECT_FALSE(ReleaseSemaphore(bad, 1, nullptr) || ReleaseMutex(bad));
+        expect_no_thread(bad);
+    }
+    const Handle event(make_event(true));
+    const Handle mutex(CreateMutex(nullptr, FALSE, nullptr));
+    EXPECT_FALSE(SetEvent(mutex) || ResetEvent(mutex) || ReleaseMutex(event));
+    expect_no_thread(event);
+    CloseHandle(module);
+    CloseHandle(bare);
+}
+
 TEST(Deadline, IsAWallClockMomentWithASignedTimeOut) {
-    struct Case {
+    const struct {
         DWORD ms;
         long long nanoseconds;
+    } cases[] = {
+        {0, 0},
+        {1999, 1999000000LL},
+        {0x80000000u, -2147483648000000LL},
+        {0x80000289u, -2147482999000000LL}, // a remainder of -999, which has to be made positive
+        {0xFFFFFFFEu, -2000000LL},
     };
-    for (const Case& c : {Case{0, 0}, Case{1999, 1999000000LL}, Case{0x80000000u, -2147483648000000LL},
-                          Case{0xFFFFFFFEu, -2000000LL}}) {
+    const auto ns = [](const timespec& t) { return t.tv_sec * 1000000000LL + t.tv_nsec; };
+    for (const auto& c : cases) {
         timespec before{};
         timespec deadline{};
         timespec after{};
         clock_gettime(CLOCK_REALTIME, &before);
         GetTimeOutTime(&deadline, c.ms);
         clock_gettime(CLOCK_REALTIME, &after);
-        const auto ns = [](const timespec& t) { return t.tv_sec * 1000000000LL + t.tv_nsec; };
-        EXPECT_GE(ns(deadline), ns(before) + c.nanoseconds);
-        EXPECT_LE(ns(deadline), ns(after) + c.nanoseconds);
+        const long long asked_at = ns(deadline) - c.nanoseconds;
+        EXPECT_TRUE(ns(before) <= asked_at && asked_at <= ns(after)) << c.ms;
         EXPECT_TRUE(deadline.tv_nsec >= 0 && deadline.tv_nsec <= 999999999) << c.ms;
     }
     const Handle event(make_event(false));
-    EXPECT_EQ(WaitForSingleObject(event, 0x80000000u), DWORD{WAIT_TIMEOUT});
-    EXPECT_EQ(WaitForSingleObject(event, 0xFFFFFFFEu), DWORD{WAIT_TIMEOUT});
-    EXPECT_EQ(WaitForSingleObject(event, 20), DWORD{WAIT_TIMEOUT});
+    for (const DWORD ms : {0x80000000u, 0xFFFFFFFEu, 20u})
+        EXPECT_EQ(WaitForSingleObject(event, ms), WAIT_TIMEOUT);
 }
 
-// Several threads blocked on one object.
-struct Crowd {
-    std::list<Sleeper> threads;
-    Crowd(size_t count, HANDLE handle, DWORD ms = INFINITE) {
-        for (size_t i = 0; i < count; ++i) {
-            threads.emplace_back([=] { return WaitForSingleObject(handle, ms); });
-            threads.back().until_asleep(); // so they queue in this order
+TEST(BlockedThreads, AreServedInTheOrderInWhichTheyCameAndBeforeAnyNewcomer) {
+    for (const Kind& kind : kKinds) {
+        const Handle object(kind.make(FALSE));
+        std::list<Sleeper> blocked;
+        for (int i = 0; i < 4; ++i) {
+            blocked.emplace_back([&] { return WaitForSingleObject(object, INFINITE); });
+            blocked.back().until_asleep(); // so they queue in this order
+            const auto give_up = [&] { return WaitForSingleObject(object, 1); };
+            EXPECT_EQ(Sleeper(give_up).result(), WAIT_TIMEOUT) << kind.what;
         }
+        for (; !blocked.empty(); blocked.pop_front()) {
+            EXPECT_TRUE(kind.signal(object));
+            EXPECT_EQ(poll(object), WAIT_TIMEOUT) << kind.what << ": it was given already";
+            EXPECT_EQ(blocked.front().result(), WAIT_OBJECT_0) << kind.what;
+            EXPECT_EQ(blocked.back().returned(), blocked.size() == 1) << kind.what;
+        }
+        expect_untouched(object);
     }
-    size_t released() const {
-        size_t count = 0;
-        for (const auto& thread : threads)
-            count += thread.returned() ? 1 : 0;
-        return count;
-    }
-    void until_released(size_t count) const {
-        while (released() < count)
-            usleep(500);
-    }
-};
+}
 
-TEST(BlockedThreads, AreAllReleasedByAManualResetEventThatIsResetAtOnce) {
+TEST(BlockedThreads, AreServedTogetherByAManualResetEventThatIsResetAtOnceAndBySeveralUnits) {
     const Handle event(make_event(true));
-    Crowd crowd(4, event);
+    const Handle semaphore(CreateSemaphore(nullptr, 0, 9, nullptr));
+    std::list<Sleeper> blocked;
+    for (int i = 0; i < 6; ++i) {
+        blocked.emplace_back([&, i] { return WaitForSingleObject(i < 3 ? event : semaphore, INFINITE); });
+        blocked.back().until_asleep();
+    }
     SetEvent(event);
     ResetEvent(event);
-    for (auto& thread : crowd.threads)
-        EXPECT_EQ(thread.result(), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(poll(event), DWORD{WAIT_TIMEOUT}) << "nobody set again what was reset meanwhile";
-}
-
-TEST(BlockedThreads, GetAnAutoResetSignalBeforeAnyNewcomer) {
-    const Handle event(make_event(false));
-    Crowd crowd(3, event);
-    for (size_t i = 1; i <= 3; ++i) {
-        SetEvent(event);
-        EXPECT_EQ(poll(event), DWORD{WAIT_TIMEOUT}) << "it was given already";
-        crowd.until_released(i);
-    }
-    SetEvent(event);
-    EXPECT_EQ(poll(event), DWORD{WAIT_OBJECT_0});
-}
-
-TEST(BlockedThreads, GetAsManyUnitsAsAreReleased) {
-    const Handle semaphore(CreateSemaphore(nullptr, 0, 10, nullptr));
-    Crowd crowd(3, semaphore);
-    ReleaseSemaphore(semaphore, 2, nullptr);
-    EXPECT_EQ(poll(semaphore), DWORD{WAIT_TIMEOUT});
-    crowd.until_released(2);
     ReleaseSemaphore(semaphore, 4, nullptr);
-    crowd.until_released(3);
-    LONG before = 0;
-    ReleaseSemaphore(semaphore, 0, &before);
-    EXPECT_EQ(before, 3);
+    for (Sleeper& thread : blocked)
+        EXPECT_EQ(thread.result(), WAIT_OBJECT_0);
+    for (const HANDLE object : {HANDLE(event), HANDLE(semaphore)})
+        EXPECT_EQ(poll(object), object == semaphore ? WAIT_OBJECT_0 : WAIT_TIMEOUT);
+    EXPECT_EQ(poll(semaphore), WAIT_TIMEOUT);
 }
 
-TEST(BlockedThreads, GetTheMutexOneAfterTheOtherInTheOrderInWhichTheyCame) {
-    const Handle mutex(CreateMutex(nullptr, TRUE, nullptr));
-    Crowd crowd(3, mutex);
-    size_t released = 0;
-    for (auto& thread : crowd.threads) {
-        ReleaseMutex(mutex);
-        EXPECT_EQ(poll(mutex), DWORD{WAIT_TIMEOUT});
-        EXPECT_EQ(thread.result(), DWORD{WAIT_OBJECT_0});
-        EXPECT_EQ(crowd.released(), ++released);
-    }
-}
-
-TEST(BlockedThreads, NothingIsPostedForNobody) {
-    const Handle event(make_event(false));
-    const Handle semaphore(CreateSemaphore(nullptr, 0, 5, nullptr));
-    const int before = left_over_posts(event);
-    for (int i = 0; i < 1000; ++i) {
-        SetEvent(event);
-        ReleaseSemaphore(semaphore, 1, nullptr);
-    }
-    EXPECT_LE(left_over_posts(event), before);
-    EXPECT_LE(left_over_posts(semaphore), before);
-    EXPECT_EQ(poll(event), DWORD{WAIT_OBJECT_0});
-    EXPECT_EQ(WaitForSingleObject(event, 1), DWORD{WAIT_TIMEOUT});
-}
-
+// The first thing that many a program does with a completion event.
 TEST(BlockedThreads, KeepTheRecordAliveThatTheWokenThreadCloses) {
-    // The first thing that many a program does with a completion event.
     for (int i = 0; i < 1000 / KALTO_TEST_TIME_FACTOR; ++i) {
         const HANDLE done = make_event(false);
         Sleeper waiter([=] {
@@ -235,55 +193,8 @@ TEST(BlockedThreads, KeepTheRecordAliveThatTheWokenThreadCloses) {
         if (i % 2 == 0)
             waiter.until_asleep();
         SetEvent(done);
-        ASSERT_EQ(waiter.result(), DWORD{WAIT_OBJECT_0});
+        ASSERT_EQ(waiter.result(), WAIT_OBJECT_0);
     }
-}
-
-TEST(TerminatedThreads, LeaveTheirPlaceAndPassOnWhatTheyWereGiven) {
-    for (int round = 0; round < 100 / KALTO_TEST_TIME_FACTOR; ++round) {
-        const Handle event(make_event(false));
-        Sleeper doomed([&] { return WaitForSingleObject(event, INFINITE); });
-        doomed.until_asleep();
-        Sleeper next([&] { return WaitForSingleObject(event, INFINITE); });
-        next.until_asleep();
-        pthread_cancel(doomed.thread());
-        if (round % 2 == 0)
-            SetEvent(event); // at about the moment of the termination
-        const bool terminated = doomed.terminate();
-        if (round % 2 != 0 || !terminated)
-            SetEvent(event);
-        ASSERT_EQ(next.result(), DWORD{WAIT_OBJECT_0});
-        EXPECT_EQ(poll(event), DWORD{WAIT_TIMEOUT});
-        EXPECT_EQ(kalto::sync_record_of(event)->pins, DWORD{0});
-    }
-}
-
-TEST(Interruption, EndsAnUntimedWaitAndNotATimedOne) {
-    make_interrupting(SIGUSR1);
-    const Handle event(make_event(false));
-    Sleeper endless([&] { return WaitForSingleObject(event, INFINITE); });
-    Sleeper timed([&] { return WaitForSingleObject(event, 60000); });
-    endless.until_asleep();
-    timed.until_asleep();
-    pthread_kill(endless.thread(), SIGUSR1);
-    EXPECT_EQ(endless.result(), DWORD{EINTR});
-    for (int i = 0; i < 5; ++i) {
-        pthread_kill(timed.thread(), SIGUSR1);
-        timed.until_asleep();
-    }
-    EXPECT_FALSE(timed.returned());
-    SetEvent(event);
-    EXPECT_EQ(timed.result(), DWORD{WAIT_OBJECT_0});
-}
-
-TEST(Interruption, EndsATimedWaitWhenTheRetryValueIsAnother) {
-    make_interrupting(SIGUSR1);
-    EXPECT_EQ(WSAEINTR, EINTR);
-    WSAEINTR = 0;
-    const Handle event(make_event(false));
-    Sleeper timed([&] { return WaitForSingleObject(event, 60000); });
-    pthread_kill(timed.until_asleep().thread(), SIGUSR1);
-    EXPECT_EQ(timed.result(), DWORD{EINTR});
 }
 
 } // namespace
