@@ -13,6 +13,10 @@ inline ULONGLONG ticks(const FILETIME& time) {
     return (ULONGLONG{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
+inline FILETIME file_time(ULONGLONG value) {
+    return {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
+}
+
 inline ULONGLONG ticks(std::int64_t seconds) {
     return static_cast<ULONGLONG>(seconds + 11644473600) * 10000000;
 }

@@ -107,6 +107,7 @@ class HostFaults : public testing::Test, protected Scratch {
 } // namespace
 
 TEST_F(HostFaults, ACopyThatFailsLeavesTheTargetAsItWas) {
+    bool close_counts = false;
     for (bool old_target : {false, true})
         for (BOOL only_new : {FALSE, TRUE})
             for (int number = 1;; number++) {
@@ -124,11 +125,13 @@ TEST_F(HostFaults, ACopyThatFailsLeavesTheTargetAsItWas) {
                 if (!copied && !refused) {
                     EXPECT_EQ(GetLastError(), DWORD{ENOSPC}) << which;
                 }
+                close_counts |= !copied && met == "close";
                 if (met.empty()) {
                     EXPECT_EQ(copied, !refused);
                     break;
                 }
             }
+    EXPECT_TRUE(close_counts) << "the system may tell only then that the data is lost";
 }
 
 TEST_F(HostFaults, AMoveToAnotherFileSystemNeverLosesTheFile) {
@@ -139,8 +142,8 @@ TEST_F(HostFaults, AMoveToAnotherFileSystemNeverLosesTheFile) {
         testing::Message which;
         which << "fault " << number << " in " << met << ", last error " << GetLastError();
         EXPECT_EQ(get(moved ? "to" : "from"), contents_) << which;
-        EXPECT_TRUE(names().size() == 1 || (!moved && met == "unlink"))
-            << which << ": it stays, and is said to";
+        // What was claimed of the new name may stay when it cannot be removed; a second copy never does.
+        EXPECT_TRUE(names().size() == 1 || (!moved && met == "unlink" && get("to").empty())) << which;
         if (met.empty()) {
             EXPECT_TRUE(moved && !at_border);
             EXPECT_EQ(new_owners.back(), geteuid()) << "given to the owner of the file that was moved";
@@ -191,12 +194,9 @@ TEST_F(HostFaults, NamesOfUserAndMachineTellTheRoomTheyNeed) {
         EXPECT_EQ(size, needed - 1 + test.counted);
         EXPECT_EQ(wcslen(name.c_str()), needed - 1);
     }
-}
-
-TEST_F(HostFaults, TheMachinesNameIsSetToTheCharactersCounted) {
     EXPECT_TRUE(PTR_SetHostName(L"handheld-7 and more", 10));
     EXPECT_EQ(host_name, "handheld-7");
-    fail_call(kAny, 1, EPERM);
+    fail_call("sethostname", 1, EPERM);
     EXPECT_FALSE(PTR_SetHostName(L"x", 1));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_PRIVILEGE_NOT_HELD});
     EXPECT_FALSE(PTR_SetHostName(L"a\0b", 3));

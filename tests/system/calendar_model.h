@@ -74,19 +74,10 @@ inline bool same(const SYSTEMTIME& a, const SYSTEMTIME& b) {
 inline const char* const kZones[] = {"CET-1CEST,M3.5.0,M10.5.0/3", "IST-5:30", "EST5EDT,M3.2.0,M11.1.0",
                                      "UTC0"};
 
-class ScopedZone {
-  public:
-    explicit ScopedZone(const char* zone) {
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ScopedZone(const ScopedZone&) = delete;
-    ScopedZone& operator=(const ScopedZone&) = delete;
-    ~ScopedZone() {
-        unsetenv("TZ");
-        tzset();
-    }
-};
+inline void enter_zone(const char* zone) {
+    setenv("TZ", zone, 1);
+    tzset();
+}
 
 // What the zone's clocks are ahead of UTC at a moment, and how much of that is summer time.
 struct Offset {

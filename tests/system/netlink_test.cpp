@@ -5,31 +5,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <dirent.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <iphlpapi.h>
 #include <new>
+#include <unistd.h>
 
 std::deque<Reply> script;
-
-namespace {
-
 bool repeat_last = false;
-int allocations_left = -1; // then operator new fails once; negative: never
 
-int open_descriptors() {
-    int count = 0;
-    if (DIR* directory = opendir("/proc/self/fd")) {
-        while (readdir64(directory) != nullptr) {
-            ++count;
-        }
-        closedir(directory);
-    }
-    return count;
-}
-
-} // namespace
+static int allocations_left = -1; // then operator new fails once; negative: never
 
 // Kept out of line: the compiler takes their insides for a mismatch of new and free.
 __attribute__((noinline)) void* operator new(size_t size) {
@@ -65,7 +50,24 @@ extern "C" ssize_t recvmsg(int descriptor, msghdr* message, int flags) {
     return static_cast<ssize_t>(reply.bytes.size());
 }
 
-TEST(NetlinkDump, GivesWhatTheKernelSaidLastAndClosesItsSocket) {
+namespace {
+
+// The lowest free descriptor must be the same after each test.
+class Netlink : public testing::Test {
+  protected:
+    ~Netlink() override { EXPECT_EQ(free_descriptor(), descriptor_) << "a socket is still open"; }
+
+  private:
+    static int free_descriptor() {
+        const int descriptor = open("/dev/null", O_RDONLY);
+        close(descriptor);
+        return descriptor;
+    }
+
+    const int descriptor_ = free_descriptor();
+};
+
+TEST_F(Netlink, ADumpIsWhatTheKernelSaidLast) {
     const std::string first = address(7, "10.0.0.1").bytes();
     const std::string second = address(5, "10.0.0.2").bytes();
     const std::string changed = address(7, "10.0.0.1", 24, 0, NLM_F_DUMP_INTR).bytes();
@@ -79,90 +81,59 @@ TEST(NetlinkDump, GivesWhatTheKernelSaidLastAndClosesItsSocket) {
         {"an interrupted wait", {{"", EINTR}, {first + done()}}, 0, {7}},
         {"another process's message", {{second, 0, 4711}, {first + done()}}, 0, {7}},
         {"a table that changed", {{changed}, {done()}, {second}, {done()}}, 0, {5}},
-        {"a refusal", {{NetlinkMessage(NLMSG_ERROR, 0, -EPERM).bytes()}}, EPERM, {}},
+        {"a refusal", {{NetlinkMessage(NLMSG_ERROR, -EPERM).bytes()}}, EPERM, {}},
         {"an end that reports failure", {{first}, {done(-ENOBUFS)}}, ENOBUFS, {}},
         {"a message longer than the buffer", {{first, 0, 0, true}}, EMSGSIZE, {}},
         {"a dead socket", {{"", ENOMEM}}, ENOMEM, {}},
         {"a table that never stands still", {{changed + done()}}, 0, {7}},
     };
-    const int descriptors = open_descriptors();
     for (const auto& item : cases) {
-        SCOPED_TRACE(item.what);
         script = item.replies;
         repeat_last = &item == std::end(cases) - 1;
         std::vector<kalto::NetworkAddress> addresses;
-        EXPECT_EQ(kalto::read_addresses(addresses), item.result);
+        EXPECT_EQ(kalto::read_addresses(addresses), item.result) << item.what;
         std::vector<unsigned> indexes;
-        indexes.reserve(addresses.size());
         for (const kalto::NetworkAddress& found : addresses) {
             indexes.push_back(found.index);
         }
-        EXPECT_EQ(indexes, item.indexes);
-        EXPECT_EQ(script.empty(), !repeat_last);
+        EXPECT_EQ(indexes, item.indexes) << item.what;
+        EXPECT_EQ(script.empty(), !repeat_last) << item.what;
     }
-    EXPECT_EQ(open_descriptors(), descriptors);
 }
 
-TEST(NetlinkDump, AFailureIsTheResultOfTheCallAndLeavesTheSizeAlone) {
-    script = {{NetlinkMessage(NLMSG_ERROR, 0, -EPERM).bytes()}};
+TEST_F(Netlink, AFailureIsTheResultOfTheCallAndLeavesTheSizeAlone) {
+    script = {{NetlinkMessage(NLMSG_ERROR, -EPERM).bytes()}};
     repeat_last = true;
-    ULONG size = 77;
-    EXPECT_EQ(GetIpAddrTable(nullptr, &size, FALSE), DWORD{EPERM});
-    EXPECT_EQ(GetAdaptersInfo(nullptr, &size), DWORD{EPERM});
-    EXPECT_EQ(GetAdaptersAddresses(AF_UNSPEC, 0, nullptr, nullptr, &size), ULONG{EPERM});
-    EXPECT_EQ(size, 77u);
+    for (const TableCall call : kTableCalls) {
+        ULONG size = 77;
+        EXPECT_EQ(call(nullptr, &size), DWORD{EPERM});
+        EXPECT_EQ(size, 77u);
+    }
 }
 
-TEST(NetlinkDump, MemoryThatRunsOutAnywhereIsReportedAndNothingIsKept) {
+TEST_F(Netlink, MemoryThatRunsOutAnywhereIsReported) {
     alignas(std::max_align_t) static char buffer[1 << 16];
-    script.clear();
-    const int descriptors = open_descriptors();
-    const auto attempt = [](auto call) {
+    for (const TableCall call : kTableCalls) {
         DWORD result = ERROR_NOT_ENOUGH_MEMORY;
         int failures = 0;
         for (; result == ERROR_NOT_ENOUGH_MEMORY && failures < 10000; ++failures) {
             ULONG size = sizeof buffer;
             allocations_left = failures;
-            result = call(&size);
+            result = call(buffer, &size);
             allocations_left = -1;
         }
         EXPECT_TRUE(result == NO_ERROR || result == ERROR_NO_DATA) << result;
         EXPECT_GT(failures, 2);
-    };
-    attempt(
-        [](ULONG* size) { return GetIpAddrTable(reinterpret_cast<MIB_IPADDRTABLE*>(buffer), size, TRUE); });
-    attempt([](ULONG* size) { return GetAdaptersInfo(reinterpret_cast<IP_ADAPTER_INFO*>(buffer), size); });
-    attempt([](ULONG* size) {
-        return GetAdaptersAddresses(AF_UNSPEC, GAA_FLAG_INCLUDE_PREFIX, nullptr,
-                                    reinterpret_cast<IP_ADAPTER_ADDRESSES*>(buffer), size);
-    });
-    EXPECT_EQ(open_descriptors(), descriptors);
+    }
 }
 
-namespace {
-
-std::string link_bytes() {
-    ifinfomsg header = {};
-    header.ifi_index = 3;
-    return NetlinkMessage(RTM_NEWLINK, 0, header)
-        .attribute(IFLA_ADDRESS, std::string(20, 'h')) // as InfiniBand has
-        .attribute(IFLA_IFNAME, std::string(40, 'n'))  // longer than any name that a kernel gives
-        .attribute(IFLA_OPERSTATE, "\6")
-        .bytes();
-}
-
-// A point-to-point address: its own end is LOCAL, the peer's is ADDRESS; flags beyond 8 bits stand apart.
-std::string peer_bytes() {
+// A link, a point-to-point address (its own end is LOCAL, the peer's is ADDRESS; flags beyond 8 bits stand
+// apart) and a route over two gateways.
+std::string three_messages() {
+    ifinfomsg link = {};
+    link.ifi_index = 3;
     ifa_cacheinfo lifetimes = {};
     lifetimes.ifa_valid = 90;
-    return address(3, "10.0.0.1")
-        .attribute(IFA_ADDRESS, "PEER")
-        .number(IFA_FLAGS, IFA_F_PERMANENT | IFA_F_NOPREFIXROUTE)
-        .attribute(IFA_CACHEINFO, {reinterpret_cast<const char*>(&lifetimes), sizeof lifetimes})
-        .bytes();
-}
-
-std::string route_bytes() {
     std::string hops;
     for (const char* gateway : {"GW-1", "GW-2"}) {
         rtnexthop hop = {};
@@ -173,10 +144,20 @@ std::string route_bytes() {
         hops.append(reinterpret_cast<const char*>(&attribute), sizeof attribute);
         hops.append(gateway, 4);
     }
-    return NetlinkMessage(RTM_NEWROUTE, 0, default_route())
-        .number(RTA_PRIORITY, 600)
-        .attribute(RTA_MULTIPATH, hops)
-        .bytes();
+    return NetlinkMessage(RTM_NEWLINK, link)
+               .attribute(IFLA_ADDRESS, std::string(20, 'h')) // as InfiniBand has
+               .attribute(IFLA_IFNAME, std::string(40, 'n'))  // longer than any name that a kernel gives
+               .attribute(IFLA_OPERSTATE, "\6")
+               .bytes() +
+           address(3, "10.0.0.1")
+               .attribute(IFA_ADDRESS, "PEER")
+               .number(IFA_FLAGS, IFA_F_PERMANENT | IFA_F_NOPREFIXROUTE)
+               .attribute(IFA_CACHEINFO, {reinterpret_cast<const char*>(&lifetimes), sizeof lifetimes})
+               .bytes() +
+           NetlinkMessage(RTM_NEWROUTE, default_route())
+               .number(RTA_PRIORITY, 600)
+               .attribute(RTA_MULTIPATH, hops)
+               .bytes();
 }
 
 // The bytes end their block, so that the address sanitizer sees a look beyond.
@@ -189,10 +170,8 @@ kalto::Network parsed(const std::string& bytes) {
     return network;
 }
 
-} // namespace
-
 TEST(NetworkMessages, AreTakenForWhatTheyMean) {
-    const kalto::Network network = parsed(link_bytes() + peer_bytes() + route_bytes());
+    const kalto::Network network = parsed(three_messages());
     ASSERT_EQ(network.links.size(), 1u);
     EXPECT_EQ(std::string(network.links[0].name), std::string(16, 'n'));
     EXPECT_EQ(network.links[0].address_size, kalto::kHardwareAddressSize);
@@ -207,7 +186,7 @@ TEST(NetworkMessages, AreTakenForWhatTheyMean) {
 }
 
 TEST(NetworkMessages, OfAnyLengthAndWithAnyClaimedSizeStayInsideTheDump) {
-    const std::string whole = link_bytes() + peer_bytes() + route_bytes();
+    const std::string whole = three_messages();
     for (size_t at = 0; at < whole.size(); ++at) {
         EXPECT_LE(parsed(whole.substr(0, at)).gateways.size(), 2u);
         for (const char value : {'\0', '\1', '\5', '\x7F', '\xFF'}) {
@@ -228,8 +207,10 @@ TEST(NetworkMessages, RoutesThatAreNoGatewayForEverythingAreLeftOut) {
     routes[3].rtm_table = 100;
     routes[4].rtm_family = AF_INET6; // with a gateway of four bytes
     for (const rtmsg& route : routes) {
-        NetlinkMessage message(RTM_NEWROUTE, 0, route);
+        NetlinkMessage message(RTM_NEWROUTE, route);
         message.attribute(RTA_GATEWAY, "GATE").number(RTA_OIF, 2);
         EXPECT_EQ(parsed(message.bytes()).gateways.size(), &route == routes ? 1u : 0u) << &route - routes;
     }
 }
+
+} // namespace

@@ -1,10 +1,11 @@
-// A kernel that answers from a script: messages of any shape, and faults of the routing socket.
+// A kernel that answers from a script, and the network calls in one form.
 #ifndef KALTO_TESTS_SYSTEM_SCRIPTED_KERNEL_H
 #define KALTO_TESTS_SYSTEM_SCRIPTED_KERNEL_H
 
 #include <arpa/inet.h>
 #include <cstring>
 #include <deque>
+#include <iphlpapi.h>
 #include <linux/if_addr.h>
 #include <linux/rtnetlink.h>
 #include <string>
@@ -17,11 +18,26 @@ struct Reply {
 };
 
 extern std::deque<Reply> script; // what recvmsg gives; empty: the real kernel answers
+extern bool repeat_last;         // for ever, instead of emptying the script
+
+constexpr ULONG kAllKinds = GAA_FLAG_INCLUDE_PREFIX | GAA_FLAG_INCLUDE_GATEWAYS;
+
+using TableCall = DWORD (*)(void* buffer, ULONG* size);
+constexpr TableCall kTableCalls[] = {
+    [](void* buffer, ULONG* size) {
+        return GetIpAddrTable(static_cast<MIB_IPADDRTABLE*>(buffer), size, TRUE);
+    },
+    [](void* buffer, ULONG* size) { return GetAdaptersInfo(static_cast<IP_ADAPTER_INFO*>(buffer), size); },
+    [](void* buffer, ULONG* size) -> DWORD {
+        auto* first = static_cast<IP_ADAPTER_ADDRESSES*>(buffer);
+        return GetAdaptersAddresses(AF_UNSPEC, kAllKinds, nullptr, first, size);
+    },
+};
 
 class NetlinkMessage {
   public:
     template <typename Header>
-    NetlinkMessage(unsigned short type, unsigned short flags, const Header& header) {
+    NetlinkMessage(unsigned short type, const Header& header, unsigned short flags = 0) {
         nlmsghdr start = {};
         start.nlmsg_type = type;
         start.nlmsg_flags = flags;
@@ -54,7 +70,7 @@ class NetlinkMessage {
 };
 
 inline std::string done(int error = 0) {
-    return NetlinkMessage(NLMSG_DONE, 0, error).bytes();
+    return NetlinkMessage(NLMSG_DONE, error).bytes();
 }
 
 // The bytes of an address, whose text tells its family.
@@ -72,7 +88,7 @@ inline NetlinkMessage address(unsigned index, const std::string& local, unsigned
     header.ifa_prefixlen = prefix_length;
     header.ifa_flags = flags;
     header.ifa_index = index;
-    return NetlinkMessage(RTM_NEWADDR, message_flags, header).attribute(IFA_LOCAL, packed(local));
+    return NetlinkMessage(RTM_NEWADDR, header, message_flags).attribute(IFA_LOCAL, packed(local));
 }
 
 inline rtmsg default_route() {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <kalto/kernel.h>
 #include <kalto/system.h>
-#include <pthread.h>
 #include <signal.h>
+#include <sys/time.h>
 #include <time.h>
 
 namespace {
@@ -33,14 +33,12 @@ TEST(Sleep, IsNotEndedBySignals) {
     struct sigaction interrupt {};
     interrupt.sa_handler = [](int) {}; // without SA_RESTART
     sigaction(SIGALRM, &interrupt, nullptr);
-    const itimerspec often{{0, 5000000}, {0, 5000000}};
-    timer_t timer{};
-    ASSERT_EQ(timer_create(CLOCK_MONOTONIC, nullptr, &timer), 0);
-    timer_settime(timer, 0, &often, nullptr);
+    const itimerval often{{0, 5000}, {0, 5000}}, never{};
+    setitimer(ITIMER_REAL, &often, nullptr);
     const double before = seconds_now();
     Sleep(100);
     EXPECT_GE(seconds_now() - before, 0.099);
-    timer_delete(timer);
+    setitimer(ITIMER_REAL, &never, nullptr);
 }
 
 } // namespace
