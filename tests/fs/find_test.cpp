@@ -51,7 +51,7 @@ TEST(Find, ListsWhatMatches) {
     ASSERT_EQ(chdir(scratch.path("sub").c_str()), 0);
     EXPECT_EQ(search(L"deep*"), Names{"deep"}); // in the working directory
     ASSERT_EQ(chdir("/"), 0);
-    EXPECT_EQ(search(L"\\pro[c]"), Names{"proc"}); // a pattern directly under the root
+    EXPECT_EQ(search(L"\\?ib"), Names{"lib"}); // a pattern directly under the root
     EXPECT_GT(search(L"\\").size(), 2u);
 
     WIN32_FIND_DATA found = {};
@@ -104,24 +104,23 @@ TEST(Find, ARecordHoldsTheRawModeAndTheTimes) {
 // A change notification is a search of the whole directory.
 TEST(Find, AMatchThatCannotBeLookedAtIsAnsweredWithFalseAndPassedByTheNextCall) {
     const Scratch scratch;
-    for (const char* name : {"a", "b", "c"})
-        scratch.put(name);
-    for (const char* dangling : {"-d", "-e"})
-        ASSERT_EQ(symlink("nothing", scratch.path(dangling).c_str()), 0);
-    EXPECT_EQ(search(scratch.wide(L"-d")), Names{});
+    for (int i = 0; i < 5; ++i) {
+        scratch.put(std::to_string(i));
+        ASSERT_EQ(symlink("nothing", scratch.path("-" + std::to_string(i)).c_str()), 0);
+    }
     HANDLE handle = FindFirstChangeNotification((scratch.wide() + L"\\").c_str(), FALSE, 0);
     EXPECT_TRUE(FindNextChangeNotification(handle));
-    Names found;
-    int refused = 0;
-    for (int i = 0; i < 7; ++i) { // with "." and ".."
+    int found = 0, refused = 0;
+    bool goes_on = false;
+    for (int i = 0; i < 12; ++i) { // with "." and ".."
         WIN32_FIND_DATA data = {};
-        if (FindNextFile(handle, &data))
-            found.push_back(name_of(data));
-        else
-            refused += data.cFileName[0] == L'\0';
+        const bool more = FindNextFile(handle, &data) != FALSE;
+        EXPECT_EQ(more, data.cFileName[0] != L'\0');
+        goes_on |= more && refused != 0;
+        ++(more ? found : refused);
     }
-    EXPECT_EQ(found.size(), 5u);
-    EXPECT_EQ(refused, 2);
+    EXPECT_EQ(found, 7);
+    EXPECT_TRUE(goes_on) << "passed by in silence";
     EXPECT_TRUE(FindCloseChangeNotification(handle));
 }
 
