@@ -7,7 +7,9 @@
 
 #include "xml/chunk.h"
 #include "xml/records.h"
+#include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 
 namespace kalto {
@@ -22,13 +24,16 @@ inline bool may_open_section(const char* text) {
 // string that lies in no block is looked at byte by byte.
 class StringBlock {
   public:
-    explicit StringBlock(const CVurlMemPool* pool) : pool_(pool) {}
+    explicit StringBlock(const CVurlMemPool* pool) : pool_(pool) {
+        for (; pool != nullptr; pool = pool->pNext) {
+            const auto begin = reinterpret_cast<std::uintptr_t>(pool + 1);
+            lowest_ = std::min(lowest_, begin);
+            highest_ = std::max(highest_, begin + pool->nSize);
+        }
+    }
     // A chunk and one more byte may be read at p.
     KALTO_HOT bool holds_chunk(const char* p) {
-        if (offset(p) < places_)
-            return true;
-        *this = holding(pool_, p);
-        return offset(p) < places_;
+        return offset(p) < places_ || (lies_in_pool(p) && move_to(p));
     }
     // Two blocks of bytes may be read at p.
     bool holds_blocks(const char* p) {
@@ -36,19 +41,30 @@ class StringBlock {
     }
 
   private:
-    [[gnu::noinline]] static StringBlock holding(const CVurlMemPool* pool, const char* p) {
-        StringBlock found(pool);
-        for (; pool != nullptr; pool = pool->pNext) {
-            found.begin_ = reinterpret_cast<std::uintptr_t>(pool + 1);
-            found.places_ = pool->nSize <= Chunk::kSize ? 0 : pool->nSize - Chunk::kSize;
-            if (found.offset(p) < found.places_)
-                return found;
-        }
-        return StringBlock(found.pool_);
-    }
     std::uintptr_t offset(const char* p) const { return reinterpret_cast<std::uintptr_t>(p) - begin_; }
+    // Or between two blocks of the pool.
+    bool lies_in_pool(const char* p) const {
+        return reinterpret_cast<std::uintptr_t>(p) - lowest_ < highest_ - lowest_;
+    }
+    KALTO_HOT bool move_to(const char* p) {
+        const CVurlMemPool* const block = block_of(pool_, p);
+        if (block == nullptr)
+            return false;
+        begin_ = reinterpret_cast<std::uintptr_t>(block + 1);
+        places_ = block->nSize <= Chunk::kSize ? 0 : block->nSize - Chunk::kSize;
+        return offset(p) < places_;
+    }
+    [[gnu::noinline]] static const CVurlMemPool* block_of(const CVurlMemPool* pool, const char* p) {
+        while (pool != nullptr &&
+               reinterpret_cast<std::uintptr_t>(p) - reinterpret_cast<std::uintptr_t>(pool + 1) >=
+                   pool->nSize)
+            pool = pool->pNext;
+        return pool;
+    }
 
     const CVurlMemPool* pool_;
+    std::uintptr_t lowest_ = UINTPTR_MAX; // of the bytes of all blocks
+    std::uintptr_t highest_ = 0;
     std::uintptr_t begin_ = 0;
     std::uintptr_t places_ = 0;
 };
