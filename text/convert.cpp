@@ -11,6 +11,7 @@
 #include <cstring>
 #include <cwchar>
 #include <kalto/text.h>
+#include <langinfo.h>
 #include <new>
 
 namespace {
@@ -99,11 +100,35 @@ int convert_counted(const From* source, int source_length, To* destination, int 
     return probe < count && source[probe] == From{} ? result + 1 : result;
 }
 
+// Whether an ASCII character is one unit of the same number in the encoding of the locale, whatever stands
+// before or behind it. So it is in the two encodings that devices use.
+bool ascii_stays_itself() {
+    const char* const encoding = nl_langinfo(CODESET);
+    return std::strcmp(encoding, "UTF-8") == 0 || std::strcmp(encoding, "ANSI_X3.4-1968") == 0;
+}
+
+// Appends the ASCII characters that the source begins with. Returns what is left, or null when that is
+// nothing. Names are short, and asking the C library for their conversion takes several times as long.
+template <typename To, typename From>
+const From* append_ascii(const From* source, std::basic_string<To>& out) {
+    To piece[kPieceSize];
+    for (;;) {
+        size_t length = 0;
+        for (; length<kPieceSize&& * source> From{} && *source < From{0x7F}; ++length)
+            piece[length] = static_cast<To>(*source++);
+        out.append(piece, length);
+        if (length < kPieceSize)
+            return *source == From{} ? nullptr : source;
+    }
+}
+
 template <typename To, typename From> bool convert_whole(const From* source, std::basic_string<To>& out) {
     out.clear();
     try {
         To piece[kPieceSize];
         mbstate_t state = {};
+        if (source != nullptr && ascii_stays_itself())
+            source = append_ascii(source, out);
         while (source != nullptr) {
             const size_t converted = convert_piece(piece, &source, kPieceSize, &state);
             if (converted == kFailed) {
