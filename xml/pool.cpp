@@ -47,10 +47,6 @@ CVurlMemPool* CVurlMemPool::Create(unsigned n) {
     return block;
 }
 
-unsigned CVurlMemPool::Remaining() const {
-    return nSize - nUsed;
-}
-
 namespace {
 
 // Deliberate: half the only block, later 1.5 times the newest one. The first block of a document holds its
@@ -63,17 +59,42 @@ unsigned next_block_size(const CVurlMemPool* head) {
     return head->nSize * 3 / 2;
 }
 
+unsigned room_in(const CVurlMemPool* block) {
+    return block->nSize - block->nUsed;
+}
+
 char* carve(CVurlMemPool* block, unsigned n) {
     char* data = pool_data(block) + block->nUsed;
     block->nUsed += n;
     return data;
 }
 
+// Most values are shorter than the calls that measure and copy them are long: those are copied until they
+// end. Null for others, and where the block has no room for them.
+char* copy_short(CVurlMemPool* block, const char* s) {
+    constexpr unsigned kShort = 16;
+    if (block == nullptr || room_in(block) < kShort)
+        return nullptr;
+    char* const copy = pool_data(block) + block->nUsed;
+    for (unsigned i = 0; i < kShort; ++i) {
+        copy[i] = s[i];
+        if (s[i] == '\0') {
+            block->nUsed += i + 1;
+            return copy;
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
+
+unsigned CVurlMemPool::Remaining() const {
+    return room_in(this);
+}
 
 void* CVurlDOM::Alloc(unsigned n, CVurlMemPool** pool) {
     for (CVurlMemPool* block = *pool; block != nullptr; block = block->pNext) {
-        if (block->Remaining() >= n)
+        if (room_in(block) >= n)
             return carve(block, n);
     }
     const unsigned size = next_block_size(*pool);
@@ -92,6 +113,8 @@ char* CVurlDOM::AllocString(unsigned n) {
 char* CVurlDOM::AllocString(const char* s) {
     if (s == nullptr)
         return nullptr;
+    if (char* const copy = copy_short(m_pStringPool, s))
+        return copy;
     const size_t size = std::strlen(s) + 1;
     if (size > UINT_MAX)
         return nullptr;
