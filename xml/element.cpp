@@ -56,7 +56,24 @@ const char* add_attribute(CVurlDOM* dom, CVurlAttribute** end, const char* name,
     return added->pszValue;
 }
 
+const char* set_attribute(CVurlElement* element, const char* name, const char* value, bool copy) {
+    if (element->m_pNode == nullptr || name == nullptr)
+        return nullptr;
+    if (value == nullptr) {
+        element->DeleteAttribute(name);
+        return "";
+    }
+    CVurlAttribute** link = find_attribute(element->m_pNode, name);
+    return *link != nullptr ? replace_value(element->m_pDOM, *link, value, copy)
+                            : add_attribute(element->m_pDOM, link, name, value, copy);
+}
+
 } // namespace
+
+// These are inline in the header; the references make the library carry them for whoever looks them up by
+// name.
+[[gnu::used]] static const char* (CVurlElement::*const kExportedGetters[])() const = {
+    &CVurlElement::GetTagName, &CVurlElement::GetData};
 
 CVurlElement::CVurlElement() : m_pDOM(nullptr), m_pNode(nullptr) {}
 
@@ -65,14 +82,6 @@ CVurlElement::CVurlElement(CVurlDOM* dom) : m_pDOM(dom), m_pNode(nullptr) {
         m_pNode = dom->m_pRoot;
         dom->m_nXPathError = 0;
     }
-}
-
-const char* CVurlElement::GetTagName() const {
-    return m_pNode == nullptr || m_pNode->pszTagName == nullptr ? "" : m_pNode->pszTagName;
-}
-
-const char* CVurlElement::GetData() const {
-    return m_pNode == nullptr ? nullptr : m_pNode->pszData;
 }
 
 int CVurlElement::HasChild() const {
@@ -140,19 +149,11 @@ void CVurlElement::DeleteAttribute(const char* name) {
 }
 
 const char* CVurlElement::SetAttribute(const char* name, const char* value, bool copy) {
-    if (m_pNode == nullptr || name == nullptr)
-        return nullptr;
-    if (value == nullptr) {
-        DeleteAttribute(name);
-        return "";
-    }
-    CVurlAttribute** link = find_attribute(m_pNode, name);
-    return *link != nullptr ? replace_value(m_pDOM, *link, value, copy)
-                            : add_attribute(m_pDOM, link, name, value, copy);
+    return set_attribute(this, name, value, copy);
 }
 
 const char* CVurlElement::SetAttribute(const char* name, const char* value) {
-    return SetAttribute(name, value, true);
+    return set_attribute(this, name, value, true);
 }
 
 // Deliberate: an attribute that src lacks stays here within one document and goes when src is in another one,

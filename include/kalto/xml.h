@@ -205,8 +205,8 @@ class KALTO_API CVurlElement {
     /* On the root of dom (which may be null), whose m_nXPathError is reset. */
     CVurlElement(CVurlDOM* dom);
 
-    const char* GetTagName() const; /* the empty string for a null element */
-    const char* GetData() const;    /* the text, or null */
+    KALTO_API inline const char* GetTagName() const; /* the empty string for a null element */
+    KALTO_API inline const char* GetData() const;    /* the text, or null */
     int HasChild() const;
     void* UserData() const; /* not for a null element */
     void DeleteData();      /* not for a null element */
@@ -315,7 +315,15 @@ class KALTO_API CVurlIterator : public CVurlElement {
               bool (*copier)(const CVurlElement*, CVurlElement*), void* context);
 };
 
-/* The steps are inline, because walks are made of little else; the library exports them as well. */
+/* What walks are made of is inline; the library exports it as well. */
+inline const char* CVurlElement::GetTagName() const {
+    return m_pNode == nullptr || m_pNode->pszTagName == nullptr ? "" : m_pNode->pszTagName;
+}
+
+inline const char* CVurlElement::GetData() const {
+    return m_pNode == nullptr ? nullptr : m_pNode->pszData;
+}
+
 inline int CVurlIterator::ToNextElement() {
     if (m_pNode == nullptr || m_pNode->pNextSibling == nullptr)
         return 0;
