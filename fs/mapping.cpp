@@ -39,9 +39,11 @@ HANDLE CreateFileMapping(HANDLE /*hFile*/, LPSECURITY_ATTRIBUTES /*lpAttributes*
 LPVOID MapViewOfFile(HANDLE hFileMappingObject, DWORD /*dwDesiredAccess*/, DWORD /*dwFileOffsetHigh*/,
                      DWORD dwFileOffsetLow, SIZE_T /*dwNumberOfBytesToMap*/) {
     const FileRecord* mapping = file_record_of(hFileMappingObject);
-    if (mapping == nullptr || mapping->buffer == nullptr || dwFileOffsetLow > mapping->buffer_size)
+    // Another opener of the name may be closing it, which ends the mapping.
+    void* const buffer = mapping == nullptr ? nullptr : __atomic_load_n(&mapping->buffer, __ATOMIC_ACQUIRE);
+    if (buffer == nullptr || dwFileOffsetLow > mapping->buffer_size)
         return nullptr;
-    return static_cast<char*>(mapping->buffer) + dwFileOffsetLow;
+    return static_cast<char*>(buffer) + dwFileOffsetLow;
 }
 
 BOOL UnmapViewOfFile(LPCVOID /*lpBaseAddress*/) {

@@ -148,13 +148,14 @@ bool create_record(DWORD type, LPCWSTR name, Initialise initialise, void* argume
     return true;
 }
 
+// The first close ends a named mapping while others that opened it may still ask for its view: they find a
+// buffer or none, and none before it is freed.
 static void release_file(FileRecord& file) {
     free(file.auxiliary);
-    free(file.buffer);
+    free(__atomic_exchange_n(&file.buffer, nullptr, __ATOMIC_ACQ_REL));
     if (file.descriptor >= 0)
         close(file.descriptor);
     file.auxiliary = nullptr;
-    file.buffer = nullptr;
     file.descriptor = -1;
 }
 
