@@ -107,6 +107,10 @@ bool ascii_stays_itself() {
     return std::strcmp(encoding, "UTF-8") == 0 || std::strcmp(encoding, "ANSI_X3.4-1968") == 0;
 }
 
+template <typename Char> bool is_ascii_text(Char c) {
+    return c > Char{} && c < Char{0x7F};
+}
+
 // Appends the ASCII characters that the source begins with. Returns what is left, or null when that is
 // nothing. Names are short, and asking the C library for their conversion takes several times as long.
 template <typename To, typename From>
@@ -114,7 +118,7 @@ const From* append_ascii(const From* source, std::basic_string<To>& out) {
     To piece[kPieceSize];
     for (;;) {
         size_t length = 0;
-        for (; length<kPieceSize&& * source> From{} && *source < From{0x7F}; ++length)
+        for (; length < kPieceSize && is_ascii_text(*source); ++length)
             piece[length] = static_cast<To>(*source++);
         out.append(piece, length);
         if (length < kPieceSize)
