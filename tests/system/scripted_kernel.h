@@ -1,4 +1,4 @@
-// A kernel that answers from a script, and the network calls in one form.
+// A kernel that answers from a script, and a network that it tells.
 #ifndef KALTO_TESTS_SYSTEM_SCRIPTED_KERNEL_H
 #define KALTO_TESTS_SYSTEM_SCRIPTED_KERNEL_H
 
@@ -8,6 +8,7 @@
 #include <iphlpapi.h>
 #include <linux/if_addr.h>
 #include <linux/rtnetlink.h>
+#include <net/if_arp.h>
 #include <string>
 
 struct Reply {
@@ -17,60 +18,36 @@ struct Reply {
     bool truncated = false;
 };
 
-extern std::deque<Reply> script; // what recvmsg gives; empty: the real kernel answers
-extern bool repeat_last;         // for ever, instead of emptying the script
+inline std::deque<Reply> script; // what recvmsg gives; empty: the real kernel answers
+inline bool repeat_last = false; // for ever, instead of emptying the script
+constexpr int kThrows = -1;      // the error of a recvmsg during which memory runs out
 
-constexpr ULONG kAllKinds = GAA_FLAG_INCLUDE_PREFIX | GAA_FLAG_INCLUDE_GATEWAYS;
+template <typename Record> std::string bytes_of(const Record& record) {
+    return {reinterpret_cast<const char*>(&record), sizeof record};
+}
 
-using TableCall = DWORD (*)(void* buffer, ULONG* size);
-constexpr TableCall kTableCalls[] = {
-    [](void* buffer, ULONG* size) {
-        return GetIpAddrTable(static_cast<MIB_IPADDRTABLE*>(buffer), size, TRUE);
-    },
-    [](void* buffer, ULONG* size) { return GetAdaptersInfo(static_cast<IP_ADAPTER_INFO*>(buffer), size); },
-    [](void* buffer, ULONG* size) -> DWORD {
-        auto* first = static_cast<IP_ADAPTER_ADDRESSES*>(buffer);
-        return GetAdaptersAddresses(AF_UNSPEC, kAllKinds, nullptr, first, size);
-    },
-};
+inline std::string padded(std::string bytes) {
+    return bytes.append(-bytes.size() % NLMSG_ALIGNTO, '\0');
+}
 
-class NetlinkMessage {
-  public:
-    template <typename Header>
-    NetlinkMessage(unsigned short type, const Header& header, unsigned short flags = 0) {
-        nlmsghdr start = {};
-        start.nlmsg_type = type;
-        start.nlmsg_flags = flags;
-        append(&start, sizeof start);
-        append(&header, sizeof header);
-    }
+inline std::string attribute(unsigned short type, const std::string& data) {
+    return padded(bytes_of(rtattr{static_cast<unsigned short>(RTA_LENGTH(data.size())), type}) + data);
+}
 
-    NetlinkMessage& attribute(unsigned short type, const std::string& data) {
-        const rtattr header = {static_cast<unsigned short>(RTA_LENGTH(data.size())), type};
-        append(&header, sizeof header);
-        append(data.data(), data.size());
-        return *this;
-    }
-    NetlinkMessage& number(unsigned short type, unsigned value) {
-        return attribute(type, std::string(reinterpret_cast<const char*>(&value), sizeof value));
-    }
+inline std::string number(unsigned short type, unsigned value) {
+    return attribute(type, bytes_of(value));
+}
 
-    std::string bytes() {
-        const auto size = static_cast<unsigned>(bytes_.size());
-        return bytes_.replace(0, sizeof size, reinterpret_cast<const char*>(&size), sizeof size);
-    }
-
-  private:
-    void append(const void* data, size_t size) {
-        bytes_.append(static_cast<const char*>(data), size);
-        bytes_.resize(NLMSG_ALIGN(bytes_.size()));
-    }
-
-    std::string bytes_;
-};
+template <typename Header>
+std::string message(unsigned short type, const Header& header, const std::string& attributes = "",
+                    unsigned short flags = 0) {
+    const std::string payload = padded(bytes_of(header)) + attributes;
+    const auto size = static_cast<unsigned>(NLMSG_LENGTH(payload.size()));
+    return bytes_of(nlmsghdr{size, type, flags, 0, 0}) + payload;
+}
 
 inline std::string done(int error = 0) {
-    return NetlinkMessage(NLMSG_DONE, error).bytes();
+    return message(NLMSG_DONE, error);
 }
 
 // The bytes of an address, whose text tells its family.
@@ -81,22 +58,13 @@ inline std::string packed(const std::string& text) {
     return bytes;
 }
 
-inline NetlinkMessage address(unsigned index, const std::string& local, unsigned char prefix_length = 24,
-                              unsigned char flags = 0, unsigned short message_flags = 0) {
+inline std::string address(unsigned index, const std::string& local, unsigned char prefix_length = 24,
+                           const std::string& more = "", unsigned short message_flags = 0) {
     ifaddrmsg header = {};
     header.ifa_family = local.find(':') == std::string::npos ? AF_INET : AF_INET6;
     header.ifa_prefixlen = prefix_length;
-    header.ifa_flags = flags;
     header.ifa_index = index;
-    return NetlinkMessage(RTM_NEWADDR, header, message_flags).attribute(IFA_LOCAL, packed(local));
-}
-
-inline rtmsg default_route() {
-    rtmsg header = {};
-    header.rtm_family = AF_INET;
-    header.rtm_table = RT_TABLE_MAIN;
-    header.rtm_type = RTN_UNICAST;
-    return header;
+    return message(RTM_NEWADDR, header, attribute(IFA_LOCAL, packed(local)) + more, message_flags);
 }
 
 #endif
