@@ -3,7 +3,6 @@
 #include "tests/scratch.h"
 
 #include <clocale>
-#include <functional>
 #include <kalto/core.h>
 #include <kalto/errors.h>
 #include <kalto/host.h>
@@ -42,19 +41,14 @@ const struct {
     {"there", kReadWrite, OPEN_EXISTING, FILE_FLAG_WRITE_THROUGH, kUntouched, true, "old"},
     {"there", kReadWrite, OPEN_ALWAYS, 0, ERROR_ALREADY_EXISTS, true, "old"},
     {"there", kReadWrite, TRUNCATE_EXISTING, 0, kUntouched, true, ""},
-    {"missing", kReadWrite, CREATE_NEW, 0, kUntouched, true, ""},
     {"missing", kReadWrite, CREATE_ALWAYS, 0, NO_ERROR, true, ""},
     {"missing", kReadWrite, OPEN_EXISTING, 0, ERROR_FILE_NOT_FOUND, false, "-"},
     {"missing", kReadWrite, OPEN_ALWAYS, 0, NO_ERROR, true, ""},
-    {"missing", kReadWrite, TRUNCATE_EXISTING, 0, ERROR_FILE_NOT_FOUND, false, "-"},
     {"there", kReadWrite, 0, 0, ERROR_INVALID_PARAMETER, false, "old"},
     {"there", kReadWrite, 6, 0, ERROR_INVALID_PARAMETER, false, "old"},
     {"there", GENERIC_READ, TRUNCATE_EXISTING, 0, ERROR_INVALID_PARAMETER, false, "old"},
     {"there", GENERIC_READ, CREATE_ALWAYS, 0, ERROR_ALREADY_EXISTS, true, ""},
-    {"there", 0, OPEN_EXISTING, 0, kUntouched, true, "old"},
-    {"read-only", GENERIC_READ, OPEN_EXISTING, 0, kUntouched, true, "old"},
     {"read-only", GENERIC_WRITE, OPEN_EXISTING, 0, ERROR_ACCESS_DENIED, false, "old"},
-    {"read-only", kReadWrite, CREATE_ALWAYS, 0, ERROR_ACCESS_DENIED, false, "old"},
     {"read-only", GENERIC_READ, CREATE_ALWAYS, 0, ERROR_ACCESS_DENIED, false, "old"},
     {"directory", GENERIC_READ, OPEN_EXISTING, 0, EISDIR, false, nullptr},
     {"directory", GENERIC_READ, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, kUntouched, true, nullptr},
@@ -80,26 +74,19 @@ const struct {
 } kSteps[] = {
     {make, "d/inner", "", NO_ERROR},
     {make, "d", "", ERROR_ALREADY_EXISTS},
-    {make, "x/y", "", ENOENT},
     {remove_empty, "d", "", ERROR_DIR_NOT_EMPTY},
     {remove_empty, "fixed", "", ERROR_PATH_NOT_FOUND},
     {remove_empty, "fixed-directory", "", ERROR_ACCESS_DENIED},
-    {remove_empty, "missing", "", ERROR_FILE_NOT_FOUND},
     {erase, "d", "", EISDIR},
-    {erase, "missing", "", ERROR_FILE_NOT_FOUND},
     {erase, "fixed", "", ERROR_ACCESS_DENIED},
     {copy_new, "new", "there", ERROR_FILE_EXISTS},
     {copy, "new", "fixed", ERROR_ACCESS_DENIED},
     {copy, "new", "d", EISDIR},
     {copy, "d", "copy", EISDIR},
     {copy, "new", "new", ERROR_SHARING_VIOLATION},
-    {copy, "missing", "there", ERROR_FILE_NOT_FOUND},
-    {copy, "new", "x/y", ENOENT},
     {move, "new", "there", ERROR_ALREADY_EXISTS},
     {move, "d", "there", ERROR_ALREADY_EXISTS},
-    {move, "there", "d", ERROR_ALREADY_EXISTS},
     {move, "there", "twin", ERROR_ALREADY_EXISTS}, // the same file under a second name
-    {move, "missing", "copy", ERROR_FILE_NOT_FOUND},
     {move, "d", "d/inner/below", ERROR_INVALID_PARAMETER},
     {move, "new", "x/y", ENOENT},
     {copy_new, "new", "d/copy", NO_ERROR},
@@ -107,7 +94,6 @@ const struct {
     {move, "d", "e", NO_ERROR},
     {move, "e/fixed", "e/fixed", NO_ERROR},
     {remove_empty, "e/inner", "", NO_ERROR},
-    {erase, "new", "", NO_ERROR},
 };
 
 } // namespace
@@ -121,13 +107,10 @@ TEST_F(HostFile, OpensByDispositionAndAccess) {
         ASSERT_EQ(symlink("target", path("dangling").c_str()), 0);
         SetLastError(kUntouched);
         HANDLE file = open(test.file, test.access, test.disposition, test.flags);
-        testing::Message which;
-        which << test.file << ", access " << test.access << ", disposition " << test.disposition;
-        EXPECT_EQ(GetLastError(), test.error) << which;
-        EXPECT_EQ(file != INVALID_HANDLE_VALUE, test.opens) << which;
-        if (test.text != nullptr) {
-            EXPECT_EQ(get(test.file), test.text) << which;
-        }
+        SCOPED_TRACE(&test - kOpenCases);
+        EXPECT_EQ(GetLastError(), test.error);
+        EXPECT_EQ(file != INVALID_HANDLE_VALUE, test.opens);
+        EXPECT_TRUE(test.text == nullptr || get(test.file) == test.text);
         CloseHandle(file);
     }
 }
@@ -142,10 +125,10 @@ TEST_F(HostFile, ADirectoryChangesOnlyAsItMay) {
     for (const auto& step : kSteps) {
         SetLastError(NO_ERROR);
         const BOOL done = step.call(wide(step.from).c_str(), wide(step.to).c_str());
-        EXPECT_EQ(done, step.error == NO_ERROR) << &step - kSteps << ' ' << step.from << ' ' << step.to;
-        EXPECT_EQ(GetLastError(), step.error) << &step - kSteps << ' ' << step.from << ' ' << step.to;
+        EXPECT_EQ(done, step.error == NO_ERROR) << &step - kSteps;
+        EXPECT_EQ(GetLastError(), step.error) << &step - kSteps;
     }
-    EXPECT_EQ(names(), (Names{"e", "fixed-directory", "there", "twin"}));
+    EXPECT_EQ(names(), (Names{"e", "fixed-directory", "new", "there", "twin"}));
     EXPECT_EQ(get("there") + get("e/copy") + get("e/fixed"), "oldnewfixed");
 }
 
@@ -170,12 +153,10 @@ TEST_F(HostFile, ACopyHasContentsPermissionsAndTimeAndGoesThroughALink) {
     EXPECT_TRUE(std::filesystem::is_symlink(path("link")));
     EXPECT_TRUE(CopyFile(wide("from").c_str(), L"\\dev\\null", FALSE));
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+    // The calls for files of any date.
     EXPECT_TRUE(MoveFile(wide("new").c_str(), wide("moved").c_str()));
-    EXPECT_TRUE(DeleteFile(wide("moved").c_str()));
-    HANDLE file = open("old", kReadWrite);
-    EXPECT_NE(file, INVALID_HANDLE_VALUE);
-    CloseHandle(file);
-    EXPECT_EQ(names(), (Names{"file", "from", "link", "old"}));
+    CloseHandle(open("old", kReadWrite));
+    EXPECT_EQ(GetLastError(), DWORD{NO_ERROR});
 }
 
 TEST_F(HostFile, ANewOneHasTheDocumentedRecordAndItsAttributesPermissions) {
@@ -191,9 +172,6 @@ TEST_F(HostFile, ANewOneHasTheDocumentedRecordAndItsAttributesPermissions) {
         EXPECT_EQ(fcntl(descriptor, F_GETFD), 0) << "open, and passed on to programs";
         EXPECT_TRUE(write(file, "some text")) << "its maker may fill it";
         EXPECT_EQ(read(file, 10), "") << "the end of the file is a success with nothing";
-        ASSERT_EQ(lseek64(descriptor, 0, SEEK_SET), 0);
-        EXPECT_EQ(read(file, 4), "some");
-        EXPECT_EQ(read(file, 9), " text");
         const off64_t far = off64_t{5} << 30;
         ASSERT_EQ(lseek64(descriptor, far, SEEK_SET), far);
         EXPECT_TRUE(write(file, "x"));
@@ -211,36 +189,28 @@ TEST_F(HostFile, ANewOneHasTheDocumentedRecordAndItsAttributesPermissions) {
 
 TEST_F(HostFile, TransfersRefuseWhatTheyCannotUse) {
     put("f", "text");
-    HANDLE reader = open("f");
-    HANDLE writer = open("f", GENERIC_WRITE);
+    HANDLE reader = open("f"), writer = open("f", GENERIC_WRITE);
     KaltoFileRecord event = *static_cast<KaltoFileRecord*>(reader);
     event.type = HT_EVENT; // and no file's, whatever else it holds
     char byte = 'x';
-    DWORD done = 0;
     OVERLAPPED overlapped = {};
-    const struct {
-        HANDLE reader, writer;
-        char* buffer;
-        DWORD* done;
-        OVERLAPPED* overlapped;
-        DWORD error;
-    } cases[] = {
-        {writer, reader, &byte, &done, nullptr, ERROR_INVALID_HANDLE},
-        {nullptr, nullptr, &byte, &done, nullptr, ERROR_INVALID_HANDLE},
-        {&event, &event, &byte, &done, nullptr, ERROR_INVALID_HANDLE},
-        {INVALID_HANDLE_VALUE, INVALID_HANDLE_VALUE, &byte, &done, nullptr, ERROR_INVALID_HANDLE},
-        {reader, writer, &byte, &done, &overlapped, ERROR_NOT_SUPPORTED},
-        {reader, writer, nullptr, &done, nullptr, ERROR_INVALID_PARAMETER},
-        {reader, writer, &byte, nullptr, nullptr, ERROR_INVALID_PARAMETER},
+    const auto refused = [&](HANDLE read_from, HANDLE write_to, char* buffer, OVERLAPPED* given) {
+        DWORD done[2] = {kUntouched, kUntouched};
+        SetLastError(NO_ERROR);
+        EXPECT_FALSE(ReadFile(read_from, buffer, 1, &done[0], given));
+        const DWORD error = GetLastError();
+        EXPECT_FALSE(WriteFile(write_to, buffer, 1, &done[1], given));
+        EXPECT_EQ(GetLastError(), error);
+        EXPECT_EQ(done[0] | done[1], buffer == nullptr ? kUntouched : 0);
+        return error;
     };
-    for (const auto& c : cases)
-        for (const bool reads : {true, false}) {
-            done = c.error == ERROR_INVALID_PARAMETER ? 0 : kUntouched;
-            EXPECT_FALSE(reads ? ReadFile(c.reader, c.buffer, 1, c.done, c.overlapped)
-                               : WriteFile(c.writer, c.buffer, 1, c.done, c.overlapped));
-            EXPECT_EQ(GetLastError(), c.error) << &c - cases << reads;
-            EXPECT_EQ(done, 0u) << &c - cases << reads;
-        }
+    EXPECT_EQ(refused(writer, reader, &byte, nullptr), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(refused(nullptr, INVALID_HANDLE_VALUE, &byte, nullptr), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(refused(&event, &event, &byte, nullptr), DWORD{ERROR_INVALID_HANDLE});
+    EXPECT_EQ(refused(reader, writer, &byte, &overlapped), DWORD{ERROR_NOT_SUPPORTED});
+    EXPECT_EQ(refused(reader, writer, nullptr, nullptr), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_FALSE(ReadFile(reader, &byte, 1, nullptr, nullptr) ||
+                 WriteFile(writer, &byte, 1, nullptr, nullptr));
     CloseHandle(reader);
     CloseHandle(writer);
 }
@@ -248,30 +218,24 @@ TEST_F(HostFile, TransfersRefuseWhatTheyCannotUse) {
 TEST_F(HostFile, EveryCallRefusesANullPathAndAPathThatTheLocaleCannotExpress) {
     put("f", "text");
     const std::wstring good = wide("f"), bad = good + wchar_t(0x2603);
-    const std::function<bool(const wchar_t*)> calls[] = {
-        [](auto path) {
-            return CreateFile(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr) !=
-                   INVALID_HANDLE_VALUE;
-        },
-        [&](auto path) { return copy(path, good.c_str()) || copy(good.c_str(), path); },
-        [&](auto path) { return move(path, good.c_str()) || move(good.c_str(), path); },
-        [](auto path) { return erase(path, nullptr); },
-        [](auto path) { return make(path, nullptr); },
-        [](auto path) { return remove_empty(path, nullptr); },
-        [](auto path) { return _wfopen(path, L"w") != nullptr; },
-        [&](auto mode) { return _wfopen(good.c_str(), mode) != nullptr; },
-    };
-    for (const auto& call : calls)
-        for (const wchar_t* path : {static_cast<const wchar_t*>(nullptr), bad.c_str()}) {
-            SetLastError(NO_ERROR);
-            EXPECT_FALSE(call(path)) << &call - calls;
-            EXPECT_EQ(GetLastError(), path != nullptr ? DWORD{ERROR_INVALID_NAME} : ERROR_INVALID_PARAMETER);
-        }
-    SetLastError(NO_ERROR);
+    for (const wchar_t* path : {static_cast<const wchar_t*>(nullptr), bad.c_str()}) {
+        const BOOL results[] = {CreateFile(path, kReadWrite, 0, nullptr, CREATE_NEW, 0, nullptr) !=
+                                    INVALID_HANDLE_VALUE,
+                                CopyFile(path, good.c_str(), FALSE),
+                                CopyFile(good.c_str(), path, FALSE),
+                                MoveFile(path, good.c_str()),
+                                MoveFile(good.c_str(), path),
+                                DeleteFile(path),
+                                CreateDirectory(path, nullptr),
+                                RemoveDirectory(path),
+                                _wfopen(good.c_str(), path) != nullptr,
+                                _wfopen(path, L"w") != nullptr};
+        EXPECT_EQ(GetLastError(), path != nullptr ? DWORD{ERROR_INVALID_NAME} : ERROR_INVALID_PARAMETER);
+        for (const BOOL result : results)
+            EXPECT_FALSE(result);
+    }
     EXPECT_FALSE(KaltoFopen(nullptr, "r") || KaltoFopen(path("f").c_str(), nullptr));
-    EXPECT_FALSE(PTR_GetUserName(nullptr, nullptr) || PTR_GetHostName(nullptr, nullptr));
-    EXPECT_FALSE(PTR_SetHostName(nullptr, 0));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_FALSE(PTR_GetUserName(nullptr, nullptr) || PTR_SetHostName(nullptr, 0));
     EXPECT_EQ(names(), Names{"f"});
     EXPECT_EQ(get("f"), "text");
 
@@ -285,29 +249,23 @@ TEST_F(HostFile, EveryCallRefusesANullPathAndAPathThatTheLocaleCannotExpress) {
 TEST_F(HostFile, ReadsAPipeAsItComesAndReportsAWriteThatNobodyReads) {
     InstallSignalHandlers(); // a broken pipe is an error then, not a signal
     ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
-    int keeper = ::open(path("fifo").c_str(), O_RDWR);
-    HANDLE writer = open("fifo", GENERIC_WRITE);
-    HANDLE reader = open("fifo");
+    HANDLE both = open("fifo", kReadWrite), writer = open("fifo", GENERIC_WRITE);
     EXPECT_TRUE(write(writer, "abc"));
-    EXPECT_EQ(read(reader, 100), "abc");
-    close(keeper);
-    CloseHandle(reader);
+    EXPECT_EQ(read(both, 100), "abc");
+    CloseHandle(both);
     EXPECT_FALSE(write(writer, "abc"));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_BROKEN_PIPE});
     CloseHandle(writer);
 }
 
 TEST_F(HostFile, OpensStreamsByEitherSeparatorAndWidth) {
-    std::string backslashes = path("f");
-    std::replace(backslashes.begin(), backslashes.end(), '/', '\\');
-    FILE* stream = KaltoFopen(backslashes.c_str(), "wb");
+    FILE* stream = KaltoFopen((path() + "\\f").c_str(), "wb");
     ASSERT_NE(stream, nullptr);
     fputs("text", stream);
     fclose(stream);
     EXPECT_EQ(get("f"), "text");
     stream = _wfopen(wide("f").c_str(), L"rt");
     ASSERT_NE(stream, nullptr);
-    EXPECT_EQ(fgetc(stream), 't');
     fclose(stream);
     EXPECT_EQ(_wfopen(wide("missing").c_str(), L"r"), nullptr);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
