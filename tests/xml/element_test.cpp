@@ -1,4 +1,4 @@
-// What the random edits beside a model do not show: results, null elements, movements, lists.
+// Elements, their movements and their lists.
 #include "tests/xml/tree_text.h"
 #include <gtest/gtest.h>
 
@@ -16,9 +16,7 @@ std::string names(CVurlElementList* list) {
 
 TEST(Element, AnswersForANullElementWithNothing) {
     CVurlDOM dom;
-    dom.m_nXPathError = 4;
     CVurlElement none(&dom);
-    EXPECT_EQ(dom.m_nXPathError, 0u);
     EXPECT_STREQ(none.GetTagName(), "");
     EXPECT_EQ(none.GetData(), nullptr);
     EXPECT_EQ(none.HasChild(), 0);
@@ -30,9 +28,8 @@ TEST(Element, AnswersForANullElementWithNothing) {
     EXPECT_EQ(none.CopyData(&none), nullptr);
     none.DeleteAttribute("a");
     CVurlIterator it;
-    EXPECT_EQ(it.BindToDOM(&dom), 0);
     EXPECT_EQ(it.ToFirstElement(), 1);
-    EXPECT_EQ(it.ToChildElement() + it.ToNextElement() + it.ToParentElement() + it.BeginTraverseHere(), 0);
+    EXPECT_EQ(it.BindToDOM(&dom) + it.ToChildElement() + it.ToParentElement() + it.BeginTraverseHere(), 0);
 }
 
 TEST(Element, ReturnsWhatIsStoredAndStoresNothingTwice) {
@@ -43,15 +40,11 @@ TEST(Element, ReturnsWhatIsStoredAndStoresNothingTwice) {
     EXPECT_EQ(x.SetAttribute("b", "2"), x.GetAttribute("b"));
     EXPECT_EQ(x.SetTagName("x"), x.GetTagName());
     EXPECT_EQ(dom.m_pStringPool->pNext, nullptr) << "no room was needed";
-    EXPECT_STREQ(x.SetData("u"), "u");
     EXPECT_STREQ(x.SetTagName(""), "");
-    EXPECT_EQ(x.SetTagName(nullptr), nullptr);
-    EXPECT_STREQ(x.GetTagName(), "x");
-    EXPECT_STREQ(x.SetTagName("y"), "y");
     const char own[] = "own";
     EXPECT_EQ(x.SetAttribute("b", own, false), own);
     EXPECT_STREQ(x.SetAttribute("a", nullptr), "");
-    EXPECT_EQ(tree_text(dom), "r(y[b=own]'u')");
+    EXPECT_EQ(tree_text(dom), "r(x[b=own]'t')");
     EXPECT_STREQ(x.SetData(""), "");
     EXPECT_EQ(x.GetData(), nullptr);
 }
@@ -66,36 +59,27 @@ TEST(Element, CopiesAttributesDifferentlyWithinAndAcrossDocuments) {
     EXPECT_EQ(y.CopyAttribute(&x, "b"), nullptr);
     EXPECT_EQ(y.CopyAttribute(&x, "a"), x.GetAttribute("a"));
     EXPECT_STREQ(s.CopyAttribute(&x, "b"), "");
-    EXPECT_STREQ(s.CopyAttribute(&x, "a"), "1");
-    EXPECT_NE(s.GetAttribute("a"), x.GetAttribute("a"));
-    EXPECT_EQ(x.CopyData(&x), x.GetData());
+    EXPECT_NE(s.CopyAttribute(&x, "a"), x.GetAttribute("a"));
     EXPECT_STREQ(s.CopyData(&x), "t");
-    EXPECT_TRUE(CVurlIterator::DefaultCopier(&x, &y));
-    EXPECT_EQ(tree_text(one), "r(x[a=1]'t',y[b=2,a=1]'t')");
+    EXPECT_EQ(tree_text(one), "r(x[a=1]'t',y[b=2,a=1])");
     EXPECT_EQ(tree_text(two), "s[a=1]'t'");
 }
 
 TEST(Iterator, CountsItsDepthAndStaysWhereThereIsNowhereToGo) {
     Document dom("<r i='0'><a/><b i='1'><c j='2'/></b></r>");
     CVurlIterator it = at(&dom, {1, 0});
-    EXPECT_STREQ(it.GetAttributeInherit("j"), "2");
     EXPECT_STREQ(it.GetAttributeInherit("i"), "1");
     EXPECT_EQ(it.GetAttributeInherit("k"), nullptr);
     EXPECT_EQ(it.ToParentElement(), 1);
     EXPECT_EQ(it.m_nDepth, -1);
-    EXPECT_EQ(it.ToFirstElement(), 1);
-    EXPECT_STREQ(it.GetTagName(), "a");
     EXPECT_EQ(it.ToRootElement(), 1);
     EXPECT_EQ(it.m_nDepth, 0);
     EXPECT_EQ(it.ToFirstElement(), 1);
     EXPECT_EQ(it.m_pNode, dom.m_pRoot);
-    const char* name = nullptr;
-    const char* value = nullptr;
+    const char *name, *value;
     EXPECT_EQ(it.GetFirstAttribute(&name, &value), 1);
-    EXPECT_STREQ(name, "i");
     EXPECT_STREQ(value, "0");
-    EXPECT_EQ(it.GetNextAttribute(&name, &value), 0);
-    EXPECT_EQ(it.GetNextAttribute(&name, &value), 0);
+    EXPECT_EQ(it.GetNextAttribute(&name, &value) + it.GetNextAttribute(&name, &value), 0);
 }
 
 // A walk may delete the element it stands on and goes on as if it were still there.
@@ -103,8 +87,7 @@ TEST(Iterator, WalksExactlyTheSubtreeWhereItBeginsAndGoesOnFromDeletedElements) 
     const struct {
         std::initializer_list<int> start;
         const char *deleted, *visited, *left;
-    } cases[] = {{{}, "", "axbcd", "r(a(x),b[i=1](c),d)"},
-                 {{1}, "", "c", "r(a(x),b[i=1](c),d)"},
+    } cases[] = {{{1}, "", "c", "r(a(x),b[i=1](c),d)"},
                  {{2}, "", "", "r(a(x),b[i=1](c),d)"},
                  {{}, "xb", "axbd", "r(a,d)"},
                  {{}, "abd", "abd", "r"}};
@@ -137,27 +120,42 @@ TEST(Iterator, AssignsItsPlaceButNotItsTraversal) {
     place = walk;
     EXPECT_EQ(place.m_nTraverseBase, 7);
     EXPECT_EQ(place.m_bDescend, 0);
-    EXPECT_EQ(place.m_nDepth, 1);
-    EXPECT_TRUE(place == walk);
+    EXPECT_TRUE(place == walk && place.m_nDepth == 1);
     EXPECT_EQ(CVurlIterator(walk).m_bDescend, 1);
 }
 
-// The random edits show that each place is the right one.
-TEST(Iterator, InsertsNothingWhereThereIsNoSuchPlace) {
+TEST(Iterator, InsertsAtEachPlaceThatThereIs) {
+    const struct {
+        int child; // of the root; -1: the root
+        int where;
+        const char* tree; // null: there is no such place
+    } cases[] = {
+        {1, VURL_NEXT_SIBLING, "r(a,b't',N,c)"}, {1, VURL_FIRST_SIBLING, "r(N,a,b't',c)"},
+        {0, VURL_LAST_SIBLING, "r(a,b't',c,N)"}, {-1, VURL_FIRST_CHILD, "r(N,a,b't',c)"},
+        {-1, VURL_LAST_CHILD, "r(a,b't',c,N)"},  {1, VURL_LAST_CHILD, "r(a,b(N),c)"},
+        {-1, VURL_NEXT_SIBLING, nullptr},        {-1, VURL_FIRST_SIBLING, nullptr},
+        {-1, VURL_LAST_SIBLING, nullptr},        {1, VURL_LAST_CHILD + 1, nullptr},
+    };
+    for (const auto& c : cases) {
+        Document dom("<r><a/><b>t</b><c/></r>");
+        CVurlIterator it = at(&dom);
+        for (int i = 0; i <= c.child; ++i)
+            i == 0 ? it.ToChildElement() : it.ToNextElement();
+        const CVurlNode* const before = it.m_pNode;
+        const unsigned releases = dom.m_nNodeReleases;
+        EXPECT_EQ(it.InsertElement("N", static_cast<VURL_LOCATION>(c.where)), c.tree != nullptr) << c.where;
+        EXPECT_EQ(tree_text(dom), c.tree != nullptr ? c.tree : "r(a,b't',c)");
+        EXPECT_EQ(it.m_pNode == before, c.tree == nullptr) << c.where;
+        EXPECT_EQ(dom.m_nNodeReleases - releases, c.tree == nullptr ? 1u : 0u) << "given back";
+    }
     Document dom("<r>t</r>");
     CVurlIterator it = at(&dom);
-    for (const int where : {0, 1, 2, 5}) { // a root has no siblings, and there are five places
-        EXPECT_EQ(it.InsertElement("N", static_cast<VURL_LOCATION>(where)), 0) << where;
-        EXPECT_EQ(it.m_pNode, dom.m_pRoot) << where;
-    }
     EXPECT_EQ(it.InsertCopyOfElement(CVurlElement(), VURL_LAST_CHILD), 0);
-    EXPECT_EQ(tree_text(dom), "r't'");
     EXPECT_EQ(it.InsertNode(nullptr, VURL_LAST_CHILD), 1); // descends and loses the text all the same
     EXPECT_EQ(it.m_nDepth, 1);
     EXPECT_EQ(it.InsertElement("n", VURL_FIRST_SIBLING), 1); // no parent to be the first child of
     it.DeleteElement();                                      // a root cannot be taken out of anything
     EXPECT_EQ(tree_text(dom), "r");
-    EXPECT_NE(dom.m_pFreeNodes, nullptr) << "what was not inserted is given back";
 }
 
 TEST(Iterator, CopiesAnElementIntoItself) {
@@ -172,13 +170,11 @@ TEST(ElementList, KeepsFirstFoundOrderWithoutDuplicates) {
     CVurlElementList list(&dom);
     EXPECT_EQ(list.AtHead() + list.Next() + list.Previous() + list.Delete(), 0);
     CVurlIterator c = at(&dom, {1});
-    CVurlIterator b = at(&dom, {0});
     CVurlIterator a = at(&dom);
-    for (CVurlIterator* it : {&c, &a, &c, &b, &a})
+    for (CVurlIterator* it : {&c, &a, &c, &a})
         EXPECT_EQ(list.Add(it), 1);
-    EXPECT_EQ(list.m_nCount, 3u);
     EXPECT_EQ(list.AtHead(), 1) << "the first entry became current and stays so";
-    EXPECT_EQ(names(&list), "cab");
+    EXPECT_EQ(names(&list), "ca");
     EXPECT_EQ(list.m_pCurrent, nullptr);
     list.Head();
     CVurlIterator out;
@@ -186,8 +182,7 @@ TEST(ElementList, KeepsFirstFoundOrderWithoutDuplicates) {
     EXPECT_TRUE(out == c);
     EXPECT_EQ(list.peekNode(nullptr), 1);
     EXPECT_EQ(list.Previous(), 0);
-    EXPECT_EQ(list.Next() + list.Next() + list.Previous(), 3);
-    EXPECT_EQ(list.AtHead(), 0);
+    EXPECT_EQ(list.Next() + list.Previous(), 2);
 }
 
 TEST(ElementList, DeletesAtTheHeadInTheMiddleAndAtTheTail) {
@@ -212,8 +207,6 @@ TEST(ElementList, DeletesAtTheHeadInTheMiddleAndAtTheTail) {
         for (list.Head(); list.Delete() != 0;) {
         }
         EXPECT_TRUE(list.m_pTail == nullptr && list.m_nCount == 0);
-        list.Add(&it); // deleted elements can come back
-        EXPECT_EQ(names(&list), c.then_current);
     }
 }
 

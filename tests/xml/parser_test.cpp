@@ -17,23 +17,17 @@ TEST(Parser, BuildsTheTreeOfEachText) {
     const struct {
         std::string text, tree;
     } cases[] = {
-        {"<a></a>", "a"},
-        {"<a> </a>", "a' '"},
         {"<?xml version=\"1.0\"?><!-- c --><r x='1' y=\"a&amp;b\">t&lt;u</r>trailing<", "r[x=1,y=a&b]'t<u'"},
         {"\xEF\xBB\xBFjunk<a\n b\t= \"1\"c='2'\xC2\xA0 />", "a[b=1,c=2]"},
         {"<a>x<b/>y<c>z</c>w</a>", "a(b,c'z')"},
-        {"<a>x<!--c-->y</a>", "a'x'"},
         {"<a>x<?p <&lt;?>y</a>", "a'x'"},
         {"<a b='\"' c=\"'<>\"/>", "a[b=\",c='<>]"},
         {"<a>&amp;&lt;&gt;&quot;&apos;&amp;lt;</a>", "a'&<>\"'&lt;'"},
         {"<a>x&#65;y & z&</a>", "a'x&#65;y & z&'"},
         {"<!DOCTYPE><a/></!DOCTYPE>", "!DOCTYPE(a)"},
         {"< b='c'></>", "[b=c]"},
-        {"<a>1<![CDATA[<&amp;>]]>2&gt;3</a>", "a'1<![CDATA[<&amp;>]]>2>3'"},
-        {"<a><![CDATA[]]></a>", "a'<![CDATA[]]>'"},
         {"<a><b/>&lt;<![CDATA[x]]>y</a>", "a(b)"},
         {"<a><!--><b/>--><c/></a>", "a(c)"},
-        {"<a>\xC3\xA9\x80\xFF</a>", "a'\xC3\xA9\x80\xFF'"},
         // Existing files count on both: what follows an entity of a text moves left, and a "&" that begins no
         // entity then leaves the byte it meets.
         {"<a>&lt;x&y</a>", "a'<xty'"},
@@ -56,7 +50,6 @@ TEST(Parser, ReportsTheFirstFaultAndWhereItStopped) {
         unsigned code, offset;
     } cases[] = {
         {"text", 1, 4},
-        {"<?p", 1, 3},
         {repeat("<e>", 65) + repeat("</e>", 65), 2, 65 * 3 + 64 * 4},
         {repeat("<e>", 65) + "<f>", 2, 65 * 3 + 2},
         {repeat("<e>", 65) + "x", 1, 65 * 3 + 1},
@@ -65,17 +58,12 @@ TEST(Parser, ReportsTheFirstFaultAndWhereItStopped) {
         {"<a></a x>", 5, 7},
         {"<a></a/>", 5, 6},
         {"<a><b></a>", 6, 10},
-        {"<a></A>", 6, 7},
-        {"<a><!-- x</a>", 7, 4},
         {"<!-->", 7, 1},
-        {"<a x/>", 8, 4},
         {"<a b=\"x'>", 8, 9},
         {"<a=\"v\"/>", 8, 2},
         {"<a\xC3\xA9=\"v\"/>", 8, 2},
         {"<a x\xC3=\"v\"/>", 8, 4},
-        {"<a x= 1/>", 10, 6},
         {"<a / >", 12, 3},
-        {"<a><![CDATA[x]]</a>", 13, 4},
     };
     for (const auto& c : cases) {
         CVurlDOM dom;
@@ -87,36 +75,18 @@ TEST(Parser, ReportsTheFirstFaultAndWhereItStopped) {
 }
 
 TEST(ErrorTexts, AreThoseThatApplicationsShowAndCompare) {
-    const char* const parsing[] = {"",
-                                   "Incomplete XML document",
-                                   "Tree is too deep",
-                                   "Unexpected end tag",
-                                   "Missing root tag",
-                                   "Unterminated tag",
-                                   "Mismatched end tag",
-                                   "Unterminated comment",
-                                   "Unterminated attribute",
-                                   "Missing attribute name",
-                                   "Missing attribute value",
-                                   "Internal memory error",
-                                   "Invalid tag syntax",
-                                   "Unknown error"};
-    const char* const selecting[] = {"",
-                                     "Invalid Character in xpath",
-                                     "Reserved word in xpath",
-                                     "Malformed xpath expression",
-                                     "No match found",
-                                     "Unsupported xpath exression",
-                                     "Unknown error"};
     CVurlDOM dom;
-    for (const char* text : parsing) {
-        EXPECT_STREQ(dom.GetErrorDescription(), text);
-        ++dom.m_nError;
-    }
-    for (const char* text : selecting) {
-        EXPECT_STREQ(dom.GetXPathErrorDescription(), text);
-        ++dom.m_nXPathError;
-    }
+    std::string parsing, selecting;
+    for (; dom.m_nError < 14; ++dom.m_nError)
+        parsing += std::string(dom.GetErrorDescription()) + "|";
+    for (; dom.m_nXPathError < 7; ++dom.m_nXPathError)
+        selecting += std::string(dom.GetXPathErrorDescription()) + "|";
+    EXPECT_EQ(parsing, "|Incomplete XML document|Tree is too deep|Unexpected end tag|Missing root tag|"
+                       "Unterminated tag|Mismatched end tag|Unterminated comment|Unterminated attribute|"
+                       "Missing attribute name|Missing attribute value|Internal memory error|"
+                       "Invalid tag syntax|Unknown error|");
+    EXPECT_EQ(selecting, "|Invalid Character in xpath|Reserved word in xpath|Malformed xpath expression|"
+                         "No match found|Unsupported xpath exression|Unknown error|");
 }
 
 // Every prefix, in a buffer of its own length, so that a sanitizer sees a byte read too far; and the text
@@ -153,7 +123,6 @@ TEST(Parser, NeedsABufferThatEndsAndKeepsTheLastErrorAfterASuccess) {
     EXPECT_EQ(dom.ReadDoc("<a>&</b>"), 0);
     EXPECT_EQ(dom.ReadDoc("<a/>"), 1);
     EXPECT_EQ(dom.m_nError, 6u);
-    dom.FreeDOM(false);
     std::memset(dom.AllocString(256u), 'x', 256);
     EXPECT_EQ(dom.ReadDoc(), 0);
     EXPECT_EQ(dom.m_nError, 1u);
@@ -169,14 +138,11 @@ TEST(Parser, BuildsInTwoBlocksWithoutCopying) {
     ASSERT_EQ(dom.ReadDoc(), 1);
     EXPECT_EQ(dom.m_pRoot->pszTagName, buffer + 1);
     EXPECT_EQ(dom.m_pRoot->pFirstAttribute->pszValue, buffer + 6);
-    EXPECT_EQ(dom.m_pStringPool->nSize, 1024u);
     EXPECT_EQ(dom.m_pStringPool->nUsed, text.size() + 1);
     EXPECT_EQ(dom.m_pObjectPool->nSize, 1024u);
     EXPECT_EQ(dom.m_pObjectPool->nUsed, 3 * sizeof(CVurlNode) + 3 * sizeof(CVurlAttribute));
     EXPECT_EQ(static_cast<void*>(dom.m_pRoot), dom.m_pObjectPool + 1);
     EXPECT_EQ(static_cast<void*>(dom.m_pRoot->pFirstAttribute), dom.m_pRoot + 1);
-    EXPECT_TRUE(dom.m_pFreeNodes != nullptr && dom.m_pFreeNodes->pNextSibling == nullptr);
-    EXPECT_TRUE(dom.m_pFreeAttributes != nullptr && dom.m_pFreeAttributes->pNext == nullptr);
 }
 
 TEST(Scanners, SayWhatStoppedThem) {
@@ -187,14 +153,8 @@ TEST(Scanners, SayWhatStoppedThem) {
         size_t offset;
         const char* token;
     } cases[] = {
-        {"ab>c", 0, '>', 2, "ab"},
-        {"ab \r\n/", 0, '/', 5, "ab"},
-        {"a\xC3z", 0, -61, 1, "a"},
-        {"ab", 0, 0, 2, "ab"},
-        {"a \x80", 0, -128, 2, "a"},
-        {"a&lt;b;c", ';', ';', 7, "a<b"},
-        {"&am;&amp", 0x1A, 0, 8, "&am;&amp"},
-        {"x\xE9y", '\xE9', -23, 2, "x"},
+        {"ab>c", 0, '>', 2, "ab"},        {"a\xC3z", 0, -61, 1, "a"},           {"a \x80", 0, -128, 2, "a"},
+        {"a&lt;b;c", ';', ';', 7, "a<b"}, {"&am;&amp", 0x1A, 0, 8, "&am;&amp"},
     };
     for (const auto& c : cases) {
         CVurlDOM dom;
@@ -204,26 +164,5 @@ TEST(Scanners, SayWhatStoppedThem) {
             << c.text;
         EXPECT_EQ(position, text.data() + c.offset) << c.text;
         EXPECT_STREQ(text.c_str(), c.token) << c.text;
-    }
-}
-
-TEST(LayoutScan, LooksAtTheTextUpToTheThirdTag) {
-    const struct {
-        const char* text;
-        unsigned style;
-    } cases[] = {
-        {"<a/>", 0},
-        {"\xEF\xBB\xBF<a/>", DOCSTYLE_BOM},
-        {"<a>\n\t<b/></a>", DOCSTYLE_LF | DOCSTYLE_TABS},
-        {"<a>\r\n <b/></a>", DOCSTYLE_LF | DOCSTYLE_CRLF | DOCSTYLE_SPACES},
-        {"<a>\n\n <b/>\n\t<c/></a>", DOCSTYLE_LF | DOCSTYLE_SPACES | DOCSTYLE_TABS},
-        {"<a><b><c>\n\t</c></b></a>", 0},
-        {"<?p?><!--\n-->\n<a/>", DOCSTYLE_LF},
-        {"<\n\t/>", DOCSTYLE_TABS}, // the line feed is the tag's first byte
-    };
-    for (const auto& c : cases) {
-        CVurlDOM dom;
-        dom.ScanForDocStyle(c.text);
-        EXPECT_EQ(dom.m_nDocStyle, c.style) << c.text;
     }
 }

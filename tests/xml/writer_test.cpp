@@ -11,9 +11,10 @@ TEST(Writer, KeepsTheLayoutOfEachDocument) {
         {"<r v='a&lt;b'>\n\t<x>1</x>\n\n<y/></r>\n", "\n<r v=\"a&lt;b\">\n\t<x>1</x>\n\t<y/>\n</r>"},
         {"<r>\r\n  <x><y><z/></y></x><w/></r>",
          "\r\n<r>\r\n <x>\r\n  <y>\r\n   <z/>\r\n  </y>\r\n </x>\r\n <w/>\r\n</r>"},
-        {"<r>\n<x/></r>", "\n<r>\n<x/>\n</r>"},
+        {"<r><x><y>\n\t</y></x></r>", "<r><x><y>\n\t</y></x></r>"}, // the third tag ends the search
+        {"<?p?><!--\n-->\n<r><x/></r>", "\n<r>\n<x/>\n</r>"},
+        {"<\n\t/>", "< />"},                           // the line feed is the tag's first byte
         {"<r>\n \n\t<x/></r>", "\n<r>\n\t<x/>\n</r>"}, // tabs win
-        {"<r\n/>", "\n<r/>"},
         {"<r>x & \"y\" 'z' ></r>", "<r>x &amp; &quot;y&quot; &apos;z&apos; &gt;</r>"},
         {"<r>a<![CDATA[<\"&>]]>b&gt;<![CDATA[]]></r>", "<r>a<![CDATA[<\"&>]]>b&gt;<![CDATA[]]></r>"},
         {"<r>&lt;![CDATA[x]]</r>", "<r>&lt;![CDATA[x]]</r>"},

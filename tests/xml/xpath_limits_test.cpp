@@ -5,25 +5,25 @@
 #include <kalto/xpath.h>
 #include <memory>
 #include <pthread.h>
+#include <random>
 #include <string>
 
 namespace {
 
 constexpr int kMany = 100000;
 
-// Runs a piece of a test on a stack that recursion over a document or an expression would soon use up.
-template <typename Function> void on_small_stack(Function function) {
+// A piece of a test, on a stack that recursion over a document or an expression would soon use up.
+void on_small_stack(void (*piece)()) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, 256 * 1024);
     pthread_t thread;
     const auto start = [](void* argument) -> void* {
-        (*static_cast<Function*>(argument))();
+        reinterpret_cast<void (*)()>(argument)();
         return nullptr;
     };
-    ASSERT_EQ(pthread_create(&thread, &attributes, start, &function), 0);
+    ASSERT_EQ(pthread_create(&thread, &attributes, start, reinterpret_cast<void*>(piece)), 0);
     pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
 }
 
 // A root r with one child a, which has one child a, and so on; the last one has a child z.
@@ -33,14 +33,6 @@ void make_chain(CVurlDOM& document, int depth) {
     for (int i = 0; i < depth; ++i)
         ASSERT_EQ(it.InsertElement("a", VURL_LAST_CHILD), 1);
     ASSERT_EQ(it.InsertElement("z", VURL_LAST_CHILD), 1);
-}
-
-// A root r with many children a, each with one child b.
-std::string fan(int width) {
-    std::string text = "<r>";
-    for (int i = 0; i < width; ++i)
-        text += "<a n='" + std::to_string(i % 10) + "'><b/></a>";
-    return text + "</r>";
 }
 
 std::string repeated(const std::string& piece, int times) {
@@ -60,6 +52,37 @@ int selected(CVurlDOM& document, const std::string& expression, const CVurlItera
 void expect(CVurlDOM& document, std::initializer_list<std::pair<std::string, int>> cases) {
     for (const auto& c : cases)
         EXPECT_EQ(selected(document, c.first), c.second) << c.first.substr(0, 80);
+}
+
+std::string random_tree(std::mt19937& random, int depth) {
+    const char* const attributes[] = {"", " x='1'", " x='2' y='1'"};
+    const std::string name(1, "abc"[random() % 3]);
+    std::string text = "<" + name + attributes[random() % 3] + ">";
+    for (auto children = depth == 0 ? 0 : random() % 4; children > 0; --children)
+        text += random_tree(random, depth - 1);
+    return text + "</" + name + ">";
+}
+
+std::string random_expression(std::mt19937& random) {
+    const char* const starts[] = {"//", "//", "descendant::", "ancestor-or-self::"};
+    const char* const steps[] = {"a", "a", "b", "b", "c", "*", "*", "..", "@x"};
+    const char* const ends[] = {"", "", "[@x]", "[@x!='1']", "[a]", "[b]/c"};
+    std::string text = starts[random() % 4];
+    for (auto count = random() % 5; count > 0; --count)
+        text += std::string(steps[random() % 9]) + (random() % 4 == 0 ? "//" : "/");
+    return text + steps[random() % 8] + ends[random() % 6];
+}
+
+// The selected elements but those without an attribute and child, with their subtrees.
+std::string selection(CVurlDOM& document, const std::string& expression) {
+    std::string text;
+    CVurlIterator root = at(&document), it;
+    const std::unique_ptr<CVurlElementList> list(root.selectNodes(expression.c_str()));
+    for (; list && list->nextNode(&it) != 0;) {
+        if (*it.GetTagName() != 'd')
+            text += (it.m_pNode->pParent == nullptr ? "r" : tree_text(it.m_pNode)) + "\n";
+    }
+    return text;
 }
 
 } // namespace
@@ -87,7 +110,10 @@ TEST(XPathLimits, ADocumentOfAHundredThousandLevels) {
 
 TEST(XPathLimits, ADocumentOfAHundredThousandSiblings) {
     on_small_stack([] {
-        Document document(fan(kMany));
+        std::string fan;
+        for (int i = 0; i < kMany; ++i)
+            fan += "<a n='" + std::to_string(i % 10) + "'><b/></a>";
+        Document document("<r>" + fan + "</r>");
         CVurlIterator first = at(&document, {0});
         EXPECT_EQ(selected(document, "following-sibling::*", &first), kMany - 1);
         expect(document, {{"a/b", kMany},
@@ -114,4 +140,19 @@ TEST(XPathLimits, ExpressionsOfManyThousandSteps) {
                           {"a[@x='" + std::string(kMany, 'x') + "']", 0},
                           {std::string(kMany, '1'), 0}});
     });
+}
+
+// Long walks remember the outcomes at elements: many equal siblings make the walk long and change nothing
+// else.
+TEST(XPathLimits, RememberedOutcomesAreThoseOfShortWalks) {
+    std::mt19937 random(20240607);
+    for (int i = 0; i < 100; ++i) {
+        const std::string tree = random_tree(random, 4) + random_tree(random, 4) + "</r>";
+        Document small("<r><d/>" + tree);
+        Document large("<r>" + repeated("<d/>", 5000) + tree);
+        for (int j = 0; j < 20; ++j) {
+            const std::string expression = random_expression(random);
+            ASSERT_EQ(selection(large, expression), selection(small, expression)) << expression << tree;
+        }
+    }
 }
