@@ -1,37 +1,34 @@
 /* Memory, threads, files, modules and sockets. */
 #include "ported.h"
 
-static void check_heap(HANDLE heap, SIZE_T size, HANDLE freeing) {
+static void check_heap(HANDLE heap, SIZE_T size) {
     SIZE_T i, right = 0;
     BYTE* block = (BYTE*)HeapAlloc(heap, HEAP_ZERO_MEMORY, size);
     CHECK(block && HeapSize(heap, 0, block) == size);
     FillMemory(block, size, 7);
     block = (BYTE*)HeapReAlloc(heap, HEAP_ZERO_MEMORY, block, size + 5000);
-    CHECK(block && HeapSize(heap, 0, block) == size + 5000);
     for (i = 0; i < size + 5000; ++i)
         right += block[i] == (i < size ? 7 : 0);
     CHECK(right == size + 5000);
     CHECK(HeapReAlloc(heap, HEAP_REALLOC_IN_PLACE_ONLY, block, 3) == block && HeapSize(heap, 0, block) == 3);
     CHECK(!HeapReAlloc(heap, HEAP_REALLOC_IN_PLACE_ONLY, block, 1 << 20) && !HeapAlloc(heap, 0, (SIZE_T)-1));
-    CHECK(HeapSize(heap, 0, NULL) == (SIZE_T)-1 && HeapFree(heap, 0, NULL));
-    CHECK(freeing ? HeapFree(freeing, 0, block) : !LocalFree(block)); /* sources mix the families */
+    CHECK(HeapFree(heap, 0, block) && HeapFree(heap, 0, NULL) && HeapSize(heap, 0, NULL) == (SIZE_T)-1);
 }
 
 static void check_heaps(void) {
-    static const SIZE_T sizes[] = {0, 1, 13, 4096, 300001};
+    static const SIZE_T sizes[] = {0, 13, 300001};
     HANDLE own = HeapCreate(0, 0, 0);
     HLOCAL block;
     unsigned i;
     for (i = 0; i < ARRAYSIZE(sizes); ++i) {
-        check_heap(GetProcessHeap(), sizes[i], NULL);
-        check_heap(own, sizes[i], own);
+        check_heap(GetProcessHeap(), sizes[i]);
+        check_heap(own, sizes[i]);
     }
     block = LocalReAlloc(LocalAlloc(LMEM_FIXED, 1), 20, LMEM_ZEROINIT);
-    CHECK(LocalSize(block) == 20 && HeapFree(GetProcessHeap(), 0, block));
+    CHECK(LocalSize(block) == 20 && HeapFree(GetProcessHeap(), 0, block)); /* sources mix the families */
     CHECK(FAILS(ERROR_NOT_ENOUGH_MEMORY, LocalAlloc(LPTR, (SIZE_T)-5)));
-    CHECK(HeapAlloc(own, 0, 5) && HeapAlloc(own, 0, 500) && HeapDestroy(own)); /* with its blocks */
-    CHECK(FAILS(ERROR_INVALID_HANDLE, HeapDestroy(own)) &&
-          FAILS(ERROR_INVALID_HANDLE, HeapDestroy(GetProcessHeap())));
+    CHECK(HeapAlloc(own, 0, 5) && HeapDestroy(own)); /* with its block */
+    CHECK(FAILS(ERROR_INVALID_HANDLE, HeapDestroy(own)));
 }
 
 #define REFUSED ERROR_INVALID_PARAMETER
@@ -45,7 +42,6 @@ static void check_virtual_memory(void) {
     SYSTEM_INFO system;
     int i;
     GetSystemInfo(&system);
-    CHECK(system.dwPageSize >= 4096 && system.dwNumberOfProcessors >= 1);
     page = system.dwPageSize;
     region = (BYTE*)VirtualAlloc(NULL, 4 * page, MEM_RESERVE, PAGE_NOACCESS);
     CHECK(region && VirtualAlloc(region + page + 5, 1, MEM_COMMIT, rw) == region + page && region[page] == 0);
@@ -58,18 +54,9 @@ static void check_virtual_memory(void) {
           VirtualAlloc(region, 4 * page, MEM_COMMIT, rw) == region);
     CHECK(region[2 * page - 1] == 0 && FAILS(REFUSED, VirtualFree(region + page, 0, MEM_RELEASE)));
     CHECK(FAILS(REFUSED, VirtualFree(region, page, MEM_RELEASE)) && VirtualFree(region, 0, MEM_RELEASE));
-    CHECK(FAILS(REFUSED, VirtualFree(region, 0, MEM_RELEASE)) &&
-          FAILS(REFUSED, VirtualAlloc(NULL, 0, MEM_COMMIT, rw)));
-    CHECK(FAILS(REFUSED, VirtualAlloc(NULL, 1, 0, rw)) &&
-          FAILS(REFUSED, VirtualAlloc(NULL, 1, MEM_COMMIT | 1, rw)));
-    CHECK(FAILS(REFUSED, VirtualAlloc(NULL, 1, MEM_COMMIT, 0)));
+    CHECK(FAILS(REFUSED, VirtualFree(region, 0, MEM_RELEASE)));
+    CHECK(FAILS(REFUSED, VirtualAlloc(NULL, 1, MEM_COMMIT | 1, rw)));
     CHECK(FAILS(ERROR_NOT_ENOUGH_MEMORY, VirtualAlloc(NULL, (SIZE_T)-1, MEM_COMMIT, rw)));
-    CHECK(FAILS(ERROR_NOT_ENOUGH_MEMORY, VirtualAlloc(NULL, (SIZE_T)-0x10001, MEM_COMMIT, rw)));
-#ifndef __arm__ /* the emulator says yes to any address */
-    CHECK(FAILS(ERROR_INVALID_ADDRESS, VirtualProtect(NULL, 1, PAGE_READONLY, &old)) && old == PAGE_NOACCESS);
-#endif
-    CHECK(FAILS(REFUSED, VirtualProtect(&old, 0, rw, &old)) &&
-          FAILS(REFUSED, VirtualProtect(&old, 1, rw, NULL)));
 }
 
 static __declspec(thread) int per_thread = 7;
@@ -93,10 +80,6 @@ static unsigned __stdcall look(void* argument) {
     return found;
 }
 
-static ULONGLONG ticks_of(FILETIME time) {
-    return (ULONGLONG)time.dwHighDateTime << 32 | time.dwLowDateTime;
-}
-
 static void check_thread(void* argument, DWORD result) {
     FILETIME none, kernel, user;
     DWORD code = 0;
@@ -104,7 +87,8 @@ static void check_thread(void* argument, DWORD result) {
     HANDLE thread = (HANDLE)_beginthreadex(NULL, 0, look, argument, 0, &id);
     CHECK(thread && GetThreadId(thread) == id &&
           WaitForSingleObject(shared.looked, INFINITE) == WAIT_OBJECT_0);
-    CHECK(GetThreadTimes(thread, &none, &none, &kernel, &user) && ticks_of(user) > 0);
+    CHECK(GetThreadTimes(thread, &none, &none, &kernel, &user) &&
+          (user.dwLowDateTime || user.dwHighDateTime));
     SetEvent(shared.go_on);
     CHECK(WaitForSingleObject(thread, INFINITE) == WAIT_OBJECT_0);
     CHECK(GetExitCodeThread(thread, &code) && code == result);
@@ -114,14 +98,11 @@ static void check_thread(void* argument, DWORD result) {
 
 static void __cdecl set_event(void* event) {
     SetEvent(event);
-}
-static void __cdecl set_event_and_end(void* event) {
-    SetEvent(event);
-    _endthread();
+    if (event == shared.go_on)
+        _endthread();
 }
 
 static void check_threads(void) {
-    FILETIME none, kernel, user;
     HANDLE suspended;
     shared.looked = CreateEvent(NULL, FALSE, FALSE, NULL);
     shared.go_on = CreateEvent(NULL, FALSE, FALSE, NULL);
@@ -133,15 +114,12 @@ static void check_threads(void) {
     check_thread(&shared, 6);
     CHECK(per_thread == 7 && TlsGetValue(shared.slot) == &shared && TlsFree(shared.slot));
     CHECK(FAILS(REFUSED, TlsFree(shared.slot)) && FAILS(REFUSED, TlsGetValue(shared.slot)));
-    LeaveCriticalSection(&shared.section);
     DeleteCriticalSection(&shared.section);
     CHECK(_beginthread(set_event, 0, shared.looked) != (UINT_PTR)-1);
     CHECK(WaitForSingleObject(shared.looked, INFINITE) == WAIT_OBJECT_0);
-    CHECK(_beginthread(set_event_and_end, 0, shared.looked) != (UINT_PTR)-1);
-    CHECK(WaitForSingleObject(shared.looked, INFINITE) == WAIT_OBJECT_0);
-    CHECK(GetThreadTimes(GetCurrentThread(), &none, &none, &kernel, &user));
+    CHECK(_beginthread(set_event, 0, shared.go_on) != (UINT_PTR)-1);
+    CHECK(WaitForSingleObject(shared.go_on, INFINITE) == WAIT_OBJECT_0);
     CHECK(GetThreadId(GetCurrentThread()) == GetCurrentThreadId() && SleepEx(0, TRUE) == 0);
-    CHECK(FAILS(ERROR_INVALID_HANDLE, GetThreadTimes(shared.looked, &none, &none, &kernel, &user)));
     /* Terminated before its start: what it would have been started with is the leak checker's to find. */
     suspended = (HANDLE)_beginthreadex(NULL, 0, look, NULL, CREATE_SUSPENDED, NULL);
     CHECK(TerminateThread(suspended, 0) && CloseHandle(suspended));
@@ -172,17 +150,15 @@ static void check_files(void) {
     CHECK(GetFileAttributesEx(there, GetFileExInfoStandard, &data) && !data.nFileSizeHigh &&
           data.nFileSizeLow == 5);
     CHECK(data.dwFileAttributes == GetFileAttributes(there) && data.ftLastWriteTime.dwHighDateTime);
-    CHECK(GetTempFileName(path, NULL, 0, again) && DeleteFile(again) && DeleteFile(there));
+    CHECK(DeleteFile(there));
     CHECK(FAILS(ERROR_FILE_NOT_FOUND, GetFileAttributesEx(there, GetFileExInfoStandard, &data)));
     CHECK(FAILS(ERROR_NOT_SUPPORTED, GetFileAttributesEx(_T("/dev/null"), GetFileExInfoStandard, &data)));
-    CHECK(FAILS(ERROR_FILE_NOT_FOUND, GetTempFileName(_T("\\no\\such"), _T("k"), 0, there)));
     for (number = 0; number < MAX_PATH - 9; ++number)
         again[number] = _T('x');
     again[number] = 0;
     CHECK(FAILS(ERROR_BUFFER_OVERFLOW, GetTempFileName(again, _T("k"), 1, there)));
     CHECK(SetCurrentDirectory(_T("\\tmp")) && GetCurrentDirectory(4, path) == 5);
     CHECK(GetCurrentDirectory(MAX_PATH, path) == 4 && !_tcscmp(path, _T("\\tmp")));
-    CHECK(FAILS(ERROR_FILE_NOT_FOUND, SetCurrentDirectory(_T("\\no\\such"))));
     _stprintf(there, _T(".\\kalto_porting_%d"), _getpid());
     _stprintf(again, _T("./kalto_porting_%d_"), _getpid());
     CHECK(_tmkdir(there) == 0 && _trename(there, again) == 0 && _taccess(there, 0) == -1);
@@ -192,9 +168,8 @@ static void check_files(void) {
 static void check_modules(void) {
     HMODULE program = GetModuleHandle(NULL), library = GetModuleHandle(_T("libc.so.6"));
     CHECK(program && program == GetModuleHandle(_T("CoreDll.dll")) && library && library != program);
-    CHECK(GetProcAddress(program, _T("GetTickCount")) != NULL);
     FreeLibrary(program); /* wrong, but seen */
-    CHECK(GetProcAddressA(GetModuleHandle(NULL), "Sleep") != NULL);
+    CHECK(GetProcAddressA(GetModuleHandle(NULL), "Sleep") && GetProcAddress(program, _T("GetTickCount")));
     CHECK(FAILS(ERROR_MOD_NOT_FOUND, GetModuleHandle(_T("no_such_module.dll"))));
     CHECK(FAILS(ERROR_MOD_NOT_FOUND, LoadLibraryEx(_T("no_such_module.dll"), NULL, 0)));
 }
@@ -211,9 +186,6 @@ static void check_process(void) {
     CHECK(CloseHandle(process.hThread) && FAILS(ERROR_INVALID_HANDLE, GetExitCodeProcess(NULL, &code)));
     CHECK(SetErrorMode(SEM_FAILCRITICALERRORS) == 0 && SetErrorMode(0) == SEM_FAILCRITICALERRORS);
     CHECK(!IsProcessorFeaturePresent(PF_FLOATING_POINT_EMULATED) && GetACP() == 20127);
-#ifdef __arm__
-    CHECK(IsProcessorFeaturePresent(PF_ARM_THUMB));
-#endif
 }
 
 static void check_sockets(void) {

@@ -148,6 +148,7 @@ TEST(Document, WalksWritesCopiesCleansAndDeletesATreeOfAnyDepth) {
     for (int step = it.BeginTraverseHere(); step != 0; step = it.ContinueTraverse())
         visited += step == 1;
     EXPECT_EQ(visited, kDepth);
+    EXPECT_EQ(it.m_pNode, dom.m_pRoot);
 
     dom.m_nDocStyle = DOCSTYLE_LF | DOCSTYLE_TABS; // indentation stops growing at the 64th level
     const std::string text = written(&dom);
