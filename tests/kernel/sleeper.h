@@ -41,11 +41,9 @@ class Sleeper {
 
   private:
     bool asleep() const {
-        std::ifstream status("/proc/self/task/" + std::to_string(id_) + "/stat");
-        std::string text;
-        std::getline(status, text);
-        const auto name_end = text.rfind(')');
-        return name_end != std::string::npos && text.compare(name_end, 3, ") S") == 0;
+        std::ifstream status("/proc/self/task/" + std::to_string(id_) + "/status");
+        const std::string text{std::istreambuf_iterator<char>(status), {}};
+        return text.find("State:\tS") != std::string::npos;
     }
 
     std::atomic<long> id_{0};
@@ -77,6 +75,10 @@ inline DWORD poll(HANDLE handle) {
 
 inline DWORD poll_elsewhere(HANDLE handle) { // by another thread
     return Sleeper([=] { return poll(handle); }).result();
+}
+
+inline DWORD wait_any(HANDLE handle, DWORD ms) {
+    return WaitForMultipleObjects(1, &handle, FALSE, ms);
 }
 
 inline LONG references(HANDLE handle) {
