@@ -167,7 +167,7 @@ class GroupWait {
 };
 
 // Deliberate: the highest index is reported; a wait for all counts what stays signalled in every round.
-TEST(GroupWait, FindsWhatHasBeenSignalledMeanwhile) {
+TEST(GroupWait, FindsWhatHasBeenSignalledOrAbandonedMeanwhile) {
     constexpr bool kAuto = false, kManual = true, kAny = false, kAll = true;
     const GroupCase cases[] = {
         {"the higher one alone is consumed", kAuto, kAny, {"s0s1"}, WAIT_OBJECT_0 + 1, "100"},
@@ -178,15 +178,8 @@ TEST(GroupWait, FindsWhatHasBeenSignalledMeanwhile) {
         {"consumed for nothing", kAuto, kAll, {"s2", "t"}, WAIT_TIMEOUT, "000"},
         {"1 + 2 makes 3", kManual, kAll, {"s2", "s0"}, WAIT_OBJECT_0, "101"},
         {"2 + 2 is more than 3", kManual, kAll, {"", "s0s1"}, WAIT_OBJECT_0, "110"},
-    };
-    for (const GroupCase& c : cases)
-        GroupWait(c).run();
-}
-
-// Closing one is no reason to look, while somebody can set another one.
-TEST(GroupWait, ReportsWhatWasAbandonedOnTheNextLookAndReleasesIt) {
-    constexpr bool kAuto = false, kAny = false, kAll = true;
-    const GroupCase cases[] = {
+        // Closing one is no reason to look, while somebody can set another one. The wait frees what was
+        // closed.
         {"a look ends before the lower one", kAuto, kAny, {"", "c1", "s0"}, WAIT_ABANDONED_0 + 1, "1c0"},
         {"by two waits", kAuto, kAny, {"", "w", "c1s0"}, WAIT_ABANDONED_0 + 1, "1c0"},
         {"a look for all takes it", kAuto, kAll, {"", "c2", "s0s1"}, WAIT_ABANDONED_0 + 2, "00c"},

@@ -1,22 +1,20 @@
 #include "kernel/guard.h"
 #include "tests/kernel/sleeper.h"
-#include "tests/kernel/without_unwind_tables.h"
 
 #include <kalto/system.h>
 #include <time.h>
 
 using namespace kalto_test;
 
+extern "C" DWORD wait_without_unwind_tables(LPVOID event);
+
 namespace {
 
 constexpr DWORD kNoCode = 99;
+const HANDLE never = make_event(false);
 
 HANDLE start(LPTHREAD_START_ROUTINE routine, LPVOID parameter = nullptr, DWORD flags = 0) {
     return CreateThread(nullptr, 0, routine, parameter, flags, nullptr);
-}
-
-DWORD nothing(LPVOID /*parameter*/) {
-    return 0;
 }
 
 DWORD wait_for_the_event(LPVOID event) {
@@ -43,21 +41,20 @@ void until_pinned(HANDLE handle) {
 
 // Deliberate: the result of the routine is not the exit code, and the code can be had once.
 TEST(Thread, RunsWithItsParameterAndEndsSignalledWithTheCodeOfExitThreadOrZero) {
-    const LPTHREAD_START_ROUTINE leave = [](LPVOID code) -> DWORD {
-        ExitThread(static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(code)));
-        return 0;
-    };
-    const LPTHREAD_START_ROUTINE return_one_more = [](LPVOID word) -> DWORD {
-        return static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(word)) + 1;
+    const LPTHREAD_START_ROUTINE leave_if_even = [](LPVOID word) -> DWORD {
+        const auto number = static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(word));
+        if (number % 2 == 0)
+            ExitThread(number);
+        return number + 1;
     };
     for (ULONG_PTR i = 100; i < 100 + 500 / KALTO_TEST_TIME_FACTOR; ++i) {
         DWORD id = 0;
-        const Handle thread(CreateThread(nullptr, 0, i % 2 == 0 ? leave : return_one_more,
-                                         reinterpret_cast<LPVOID>(i), 0, &id));
+        const Handle thread(CreateThread(nullptr, 0, leave_if_even, reinterpret_cast<LPVOID>(i), 0, &id));
         ASSERT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
         ASSERT_EQ(poll(thread), WAIT_OBJECT_0) << "it stays signalled";
-        ASSERT_EQ(id, static_cast<DWORD>(kalto::sync_record_of(thread)->u.thread.id));
-        ASSERT_EQ(kalto::sync_record_of(thread)->u.thread.word, i + i % 2);
+        const auto& fields = kalto::sync_record_of(thread)->u.thread;
+        ASSERT_EQ(id, static_cast<DWORD>(fields.id));
+        ASSERT_EQ(fields.word, i + i % 2);
         ASSERT_EQ(exit_code(thread), i % 2 == 0 ? i : 0) << "and not still active";
         ASSERT_EQ(exit_code(thread), kNoCode);
         ASSERT_FALSE(TerminateThread(thread, 0));
@@ -69,14 +66,13 @@ TEST(Thread, IsStillActiveWhileItRunsAlsoWhenSomebodyWaitsForItsEnd) {
     const Handle thread(start(
         [](LPVOID event) -> DWORD {
             pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
-            return WaitForSingleObject(event, INFINITE);
+            return wait_for_the_event(event);
         },
         go));
     until_pinned(go);
     Sleeper terminator([&] { return static_cast<DWORD>(TerminateThread(thread, 0)); });
     until_pinned(thread);
     EXPECT_EQ(exit_code(thread), DWORD{STILL_ACTIVE});
-    EXPECT_EQ(references(thread), 2);
     SetEvent(go);
     EXPECT_EQ(terminator.result(), DWORD{TRUE});
     EXPECT_EQ(exit_code(thread), kNoCode) << "the termination has collected it";
@@ -92,30 +88,12 @@ TEST(SuspendedThread, StartsWithResumeThreadAfterFiveSeconds) {
     clock_gettime(CLOCK_MONOTONIC, &after);
     EXPECT_GE((after.tv_sec - before.tv_sec) * 1000 + (after.tv_nsec - before.tv_nsec) / 1000000, 5000);
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    EXPECT_EQ(kalto::sync_record_of(thread)->u.thread.word, 7u) << "it has run";
 }
-
-const HANDLE never = make_event(false);
 
 DWORD poll_for_ever(LPVOID event) {
     while (poll(event) == WAIT_TIMEOUT) {
     }
     return 0;
-}
-
-DWORD reset_for_ever(LPVOID event) {
-    while (ResetEvent(event)) {
-    }
-    return 0;
-}
-
-DWORD sleep_for_ever(LPVOID /*parameter*/) {
-    Sleep(INFINITE);
-    return 0;
-}
-
-DWORD enter(LPVOID section) {
-    return EnterCriticalSection(static_cast<LPCRITICAL_SECTION>(section));
 }
 
 TEST(TerminateThread, EndsAThreadInEveryBlockingCall) {
@@ -134,17 +112,17 @@ TEST(TerminateThread, EndsAThreadInEveryBlockingCall) {
     } cases[] = {
         {"single wait", wait_for_the_event, never, 0},
         {"timed wait", [](LPVOID event) { return WaitForSingleObject(event, 600000); }, never, 0},
-        {"group wait", [](LPVOID) { return WaitForMultipleObjects(1, &never, TRUE, INFINITE); }, nullptr, 0},
-        {"Sleep", sleep_for_ever, nullptr, 0},
-        {"critical section", enter, &section, 0},
+        {"group wait", [](LPVOID event) { return wait_any(event, INFINITE); }, never, 0},
+        {"Sleep", [](LPVOID) -> DWORD { return Sleep(INFINITE), 0; }, nullptr, 0},
+        {"critical section", [](LPVOID s) { return EnterCriticalSection(LPCRITICAL_SECTION(s)); }, &section,
+         0},
         {"polling", poll_for_ever, never, 0},
-        {"signalling", reset_for_ever, never, 0},
         {"resuming another", ResumeThread, worker, 0},
 #ifndef __SANITIZE_THREAD__ // which cannot cope with a thread that is terminated inside pthread_join
         {"joining another", exit_code, worker, 0},
 #endif
         {"a routine without unwind tables", wait_without_unwind_tables, never, 0},
-        {"before its start", nothing, nullptr, CREATE_SUSPENDED},
+        {"before its start", wait_for_the_event, never, CREATE_SUSPENDED},
     };
     for (const auto& c : cases) {
         const Handle thread(start(c.block, c.parameter, c.flags));
@@ -165,17 +143,14 @@ TEST(TerminateThread, EndsAThreadInEveryBlockingCall) {
 
 TEST(TerminateThread, CalledByTheThreadOnItselfEndsIt) {
     static std::atomic<HANDLE> self{nullptr};
-    const Handle known(make_event(false));
-    const Handle thread(start(
-        [](LPVOID event) -> DWORD {
-            WaitForSingleObject(event, INFINITE);
-            TerminateThread(self, 0);
-            ExitThread(1);
-            return 0;
-        },
-        known));
+    const Handle thread(start([](LPVOID) -> DWORD {
+        while (self == nullptr) {
+        }
+        TerminateThread(self, 0);
+        ExitThread(1);
+        return 0;
+    }));
     self = thread;
-    SetEvent(known);
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
     EXPECT_EQ(exit_code(thread), 0xFFFFFFFFu);
 }
