@@ -1,64 +1,68 @@
 #include "figures.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
-#include <cstring>
-#include <ctime>
-#include <dirent.h>
+#include <filesystem>
+#include <fstream>
 #include <malloc.h>
-#include <sys/wait.h>
+#include <string>
+#include <unistd.h>
 
 namespace {
 
-long StatusLine(const char* name) {
-    FILE* status = fopen("/proc/self/status", "r");
-    if (status == nullptr)
-        return -1;
-    char line[256];
-    long number = -1;
-    while (fgets(line, sizeof(line), status) != nullptr)
-        if (strncmp(line, name, strlen(name)) == 0)
-            sscanf(line + strlen(name), "%ld", &number);
-    fclose(status);
-    return number;
+const size_t kWarmUp = 5; // rounds
+const struct {
+    const char* name;
+    size_t rounds; // whose lowest figure counts
+    long bound;
+} kRules[kFigures] = {{"resident memory (KB)", 5, 0},
+                      {"heap in use (KB)", 5, 64},
+                      {"number of mappings", 5, 16}, // the C library keeps some stacks and heaps for later
+                      {"number of open descriptors", 1, 0},
+                      {"number of threads", 1, 0}};
+
+long StatusLine(const std::string& name) {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;)
+        if (word == name && status >> word)
+            return std::stol(word);
+    return -1;
 }
 
-long CountLines(const char* path) {
-    FILE* file = fopen(path, "r");
-    if (file == nullptr)
-        return -1;
-    long lines = 0;
-    for (int byte = fgetc(file); byte != EOF; byte = fgetc(file))
-        lines += byte == '\n' ? 1 : 0;
-    fclose(file);
-    return lines;
-}
-
-long CountEntries(const char* path) {
-    DIR* directory = opendir(path);
-    if (directory == nullptr)
-        return -1;
-    long entries = 0;
-    for (const dirent* entry = readdir(directory); entry != nullptr; entry = readdir(directory))
-        entries += entry->d_name[0] == '.' ? 0 : 1;
-    closedir(directory);
-    return entries;
-}
-
-void AwaitFewestThreads() {
-    static long fewest = StatusLine("Threads:");
-    const struct timespec pause = {0, 10000000L};
-    for (int i = 0; i < 1000 && StatusLine("Threads:") > fewest; ++i)
-        nanosleep(&pause, nullptr);
+long CountMappings() {
+    std::ifstream maps("/proc/self/maps");
+    return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
 }
 
 } // namespace
 
 Figures TakeFigures() {
-    AwaitFewestThreads();
-    siginfo_t child = {};
-    const bool zombie = waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) == 0 && child.si_pid != 0;
+    static const long fewest = StatusLine("Threads:");
+    for (int i = 0; i < 1000 && StatusLine("Threads:") > fewest; ++i)
+        usleep(10000);
     const struct mallinfo2 heap = mallinfo2();
-    return {StatusLine("VmRSS:"),          static_cast<long>((heap.uordblks + heap.hblkhd) / 1024),
-            CountLines("/proc/self/maps"), CountEntries("/proc/self/fd"),
-            StatusLine("Threads:"),        zombie ? 1 : 0};
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return {StatusLine("VmRSS:"), static_cast<long>((heap.uordblks + heap.hblkhd) / 1024), CountMappings(),
+            std::distance(begin(descriptors), end(descriptors)), StatusLine("Threads:")};
+}
+
+bool Verdict::Grown(const Figures& figures) {
+    bool grown = false;
+    rounds_.push_back(figures);
+    for (size_t i = 0; i < kFigures; ++i) {
+        const auto& rule = kRules[i];
+        if (rounds_.size() < kWarmUp + rule.rounds || (i == kResident && resident_bound_ == 0))
+            continue;
+        const auto less = [i](const Figures& a, const Figures& b) { return a[i] < b[i]; };
+        const long highest = (*std::max_element(rounds_.begin(), rounds_.begin() + kWarmUp, less))[i];
+        const long lowest = (*std::min_element(rounds_.end() - rule.rounds, rounds_.end(), less))[i];
+        const long bound = i == kResident ? resident_bound_ : rule.bound;
+        if (lowest <= highest + bound)
+            continue;
+        fprintf(stderr, "soak: %s: %s grew from %ld to %ld, beyond the bound of %ld\n", process_, rule.name,
+                highest, lowest, bound);
+        grown = true;
+    }
+    return grown;
 }

@@ -5,156 +5,182 @@
 // The registry and all files are in a directory of its own. Exit status 0, or 1 when something grew
 // (RESIDENT-KB is the bound for the resident memory, 0 for none), a call gave a wrong result, or a thread did
 // not end.
-#include "round.h"
-#include "station.h"
-#include "verdict.h"
+#include "soak.h"
 
+#include "figures.h"
+#include <atomic>
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <poll.h>
-#include <sys/socket.h>
+#include <list>
+#include <random>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 const unsigned kRounds = 20;
-const unsigned kWarmUp = 5;
-const unsigned kLeastRound = 2;   // seconds
-const unsigned kPatience = 300;   // seconds for the second process, after the first
-const long kResidentBound = 4096; // KB
+const unsigned kLeastRound = 2; // seconds
+const unsigned kPatience = 120; // seconds that the end of a round may take
+const DWORD kStackSize = 512 * 1024;
+const int kMostReports = 20;
 
-struct Plan {
-    unsigned seconds;
-    long resident_bound;
-    std::string directory;
+std::atomic<bool> stop{false};
+std::atomic<int> failures{0};
+thread_local std::minstd_rand chance;
+pid_t first_process;
+pid_t second_process; // 0 in the second one
+
+struct Area {
+    const char* name;
+    void (*step)(const std::wstring& own);
+    int threads;
+    unsigned long long steps = 0;
 };
 
-void PrintFigures(const char* process, const char* when, const Figures& figures, uint64_t steps) {
-    printf("%-7s %9s %9llu %12ld %9ld %9ld %12ld %8ld\n", process, when,
-           static_cast<unsigned long long>(steps), figures.resident, figures.heap, figures.mappings,
-           figures.descriptors, figures.threads);
+// One thread of an area, for one round.
+struct Place {
+    Area& area;
+    std::wstring own;
+    unsigned seed; // no two places, of any two rounds, do the same
+    unsigned long long steps = 0;
+    HANDLE thread = nullptr;
+};
+
+DWORD WINAPI Work(LPVOID parameter) {
+    Place& place = *static_cast<Place*>(parameter);
+    chance.seed(place.seed);
+    for (; !stop && failures == 0; ++place.steps)
+        place.area.step(place.own);
+    return 0;
+}
+
+void GiveUp(int) {
+    static const char text[] = "soak: a thread does not come to its end\n";
+    _exit(write(STDERR_FILENO, text, sizeof text - 1) > 0 ? 1 : 2);
+}
+
+void RunRound(const char* process, std::list<Area>& areas, unsigned seconds) {
+    static unsigned seed = 0;
+    std::list<Place> places;
+    stop = false;
+    alarm(seconds + kPatience);
+    for (Area& area : areas)
+        for (int i = 0; i < area.threads; ++i) {
+            const std::string own = process + std::string(" ") + area.name + std::to_string(i);
+            places.push_back({area, std::wstring(own.begin(), own.end()), ++seed});
+        }
+    for (Place& place : places)
+        place.thread = CreateThread(nullptr, kStackSize, Work, &place, 0, nullptr);
+    for (unsigned tenths = 0; tenths < seconds * 10 && failures == 0; ++tenths)
+        usleep(100000);
+    stop = true;
+    for (Place& place : places) {
+        Join(place.thread);
+        place.area.steps += place.steps;
+    }
+    alarm(0);
+}
+
+// Whether the other process has ended before its time.
+bool IsAlone() {
+    siginfo_t second = {};
+    if (second_process == 0)
+        return getppid() != first_process;
+    return waitid(P_PID, second_process, &second, WEXITED | WNOHANG | WNOWAIT) == 0 && second.si_status != 0;
+}
+
+// Rounds until the time is over, something was wrong, or the process is alone.
+int Soak(const char* process, std::list<Area> areas, unsigned seconds, long resident_bound) {
+    Verdict verdict(process, resident_bound);
+    TakeFigures(); // which learns how few the threads are
+    for (unsigned i = 1; i <= kRounds && failures == 0 && !IsAlone(); ++i) {
+        RunRound(process, areas, seconds);
+        siginfo_t child = {};
+        waitid(P_PGID, getpgrp(), &child, WEXITED | WNOHANG | WNOWAIT);
+        Expect(child.si_pid == 0, "every child is collected");
+        const Figures now = TakeFigures();
+        failures += verdict.Grown(now) ? 1 : 0;
+        unsigned long long steps = 0;
+        for (const Area& area : areas)
+            steps += area.steps;
+        printf("%-7s %7u s %9llu %12ld %9ld %9ld %12ld %8ld\n", process, i * seconds, steps, now[kResident],
+               now[kHeap], now[kMappings], now[kDescriptors], now[kThreads]);
+        fflush(stdout);
+    }
+    for (const Area& area : areas) {
+        printf("%-7s %s: %llu steps\n", process, area.name, area.steps);
+        Expect(area.steps > 0, "every area has worked");
+    }
     fflush(stdout);
+    return failures == 0 ? 0 : 1;
 }
 
-uint64_t Total(const Round& round) {
-    uint64_t total = 0;
-    for (const auto& area : round.Steps())
-        total += area.second;
-    return total;
-}
-
-bool EveryAreaWorked(const Round& round, const char* process) {
-    bool worked = true;
-    for (const auto& [area, steps] : round.Steps()) {
-        printf("%-7s %s: %llu steps\n", process, area.c_str(), static_cast<unsigned long long>(steps));
-        worked = worked && steps > 0;
-    }
-    return worked;
-}
-
-// Whether the other process has ended.
-bool IsAlone(int partner) {
-    struct pollfd other = {partner, POLLIN, 0};
-    return poll(&other, 1, 0) > 0;
-}
-
-// Rounds until the time is over, something was wrong, or the other process has ended before its time.
-int Soak(const char* process, const std::vector<Area>& areas, const Plan& plan, int partner) {
-    const std::string directory = plan.directory + "/" + process;
-    std::filesystem::create_directory(directory);
-    const unsigned seconds = std::max(plan.seconds / kRounds, kLeastRound);
-    Round round(areas, directory);
-    Verdict verdict(process, kWarmUp, plan.resident_bound);
-    for (unsigned i = 1; i <= kRounds && !AnyFailure() && !verdict.Grown() && !IsAlone(partner); ++i) {
-        round.Run(seconds);
-        const Figures figures = TakeFigures();
-        verdict.Add(figures);
-        PrintFigures(process, (std::to_string(i * seconds) + " s").c_str(), figures, Total(round));
-    }
-    const bool worked = EveryAreaWorked(round, process);
-    return AnyFailure() || verdict.Grown() || !worked ? 1 : 0;
-}
-
-// The status of the second process; one that does not come to its end is killed, and counts as failed.
-int Await(pid_t process) {
-    int status = 0;
-    for (unsigned waited = 0; waited < kPatience; ++waited) {
-        if (waitpid(process, &status, WNOHANG) == process)
-            return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
-        sleep(1);
-    }
-    fprintf(stderr, "soak: the second process does not come to its end\n");
-    kill(process, SIGKILL);
-    waitpid(process, &status, 0);
-    return 1;
-}
-
-// Ends with the status of its soak, but not before the first process has ended its own, unless it has failed:
-// until then that one has no child that it could have forgotten to collect.
-[[noreturn]] void SecondProcess(const Plan& plan, int partner) {
-    const int status =
-        Soak("second", {{"registry", RegistryStep, 2}, {"files", FilesStep, 1}, {"objects", ObjectsStep, 1}},
-             plan, partner);
-    fflush(nullptr);
-    char nothing;
-    while (status == 0 && read(partner, &nothing, 1) > 0)
-        continue;
-    _exit(status);
-}
-
-int SoakInTwoProcesses(const Plan& plan) {
+int SoakInTwoProcesses(unsigned seconds, long resident_bound) {
     puts("process     after     steps  resident/KB   heap/KB  mappings  descriptors  threads");
     fflush(stdout);
-    int ends[2]; // nothing is said: each process sees the other one's end close
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0)
-        return 1;
-    const pid_t second = fork();
-    if (second < 0)
-        return 1;
-    close(ends[second == 0 ? 0 : 1]);
-    if (second == 0)
-        SecondProcess(plan, ends[1]);
-    const int status = Soak("first",
-                            {{"threads", ThreadsStep, 2},
-                             {"objects", ObjectsStep, 3},
-                             {"registry", RegistryStep, 3},
-                             {"files", FilesStep, 2},
-                             {"documents", DocumentsStep, 2},
-                             {"text", TextStep, 2}},
-                            plan, ends[0]);
-    close(ends[0]);
-    return Await(second) | status;
-}
-
-std::string PrepareDirectory() {
-    const char* temporary = getenv("TMPDIR");
-    std::string name = std::string(temporary != nullptr ? temporary : "/tmp") + "/kalto_soak_XXXXXX";
-    if (mkdtemp(&name[0]) == nullptr)
-        return std::string();
-    std::filesystem::create_directories(name + "/var/zel");
-    return name;
+    first_process = getpid();
+    second_process = fork();
+    if (second_process == 0) {
+        setpgid(0, 0); // no child that the first one could have forgotten to collect
+        _exit(Soak("second",
+                   {{"registry", RegistryStep, 2}, {"files", FilesStep, 1}, {"objects", ObjectsStep, 1}},
+                   seconds, resident_bound));
+    }
+    setpgid(second_process, second_process);
+    int status = Soak("first",
+                      {{"threads", ThreadsStep, 2},
+                       {"objects", ObjectsStep, 3},
+                       {"registry", RegistryStep, 3},
+                       {"files", FilesStep, 2},
+                       {"documents", DocumentsStep, 2},
+                       {"text", TextStep, 2}},
+                      seconds, resident_bound);
+    if (status != 0)
+        kill(second_process, SIGKILL);
+    int of_second = 1;
+    return waitpid(second_process, &of_second, 0) == second_process && of_second == 0 ? status : 1;
 }
 
 } // namespace
 
+void Expect(bool condition, const char* what) {
+    const DWORD error = GetLastError();
+    if (!condition && failures++ < kMostReports)
+        fprintf(stderr, "soak: wrong result: %s (last error %lu, errno %d)\n", what,
+                static_cast<unsigned long>(error), errno);
+}
+
+DWORD Random(DWORD below) {
+    return static_cast<DWORD>(chance() % below);
+}
+
+void Join(HANDLE thread) {
+    Expect(WaitForSingleObject(thread, INFINITE) == WAIT_OBJECT_0, "wait for a thread");
+    CloseHandle(thread);
+}
+
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPWSTR lpCmdLine, int) {
     WCHAR* rest = nullptr;
-    Plan plan = {static_cast<unsigned>(wcstoul(lpCmdLine, &rest, 10)), 0, PrepareDirectory()};
-    plan.resident_bound = *rest == L'\0' ? kResidentBound : wcstol(rest, nullptr, 10);
-    setlocale(LC_ALL, "C.UTF-8");
-    if (plan.seconds == 0 || plan.directory.empty())
+    const unsigned seconds = static_cast<unsigned>(wcstoul(lpCmdLine, &rest, 10));
+    const long resident_bound = *rest == L'\0' ? 4096 : wcstol(rest, nullptr, 10);
+    const std::string temporary = getenv("TMPDIR") != nullptr ? getenv("TMPDIR") : "/tmp";
+    std::string directory = temporary + "/kalto_soak_XXXXXX";
+    if (seconds == 0 || mkdtemp(&directory[0]) == nullptr || chdir(directory.c_str()) != 0)
         return 1;
-    g_sandboxDir = plan.directory.c_str();
+    setlocale(LC_ALL, "C.UTF-8");
+    signal(SIGALRM, GiveUp);
+    std::filesystem::create_directories("var/zel");
+    g_sandboxDir = directory.c_str();
     LockRegistry(); // opens the lock that both processes will share
     UnlockRegistry();
 
-    const int status = SoakInTwoProcesses(plan);
+    const int status = SoakInTwoProcesses(std::max(seconds / kRounds, kLeastRound), resident_bound);
     std::error_code ignored;
-    std::filesystem::remove_all(plan.directory, ignored);
+    std::filesystem::remove_all(directory, ignored);
     puts(status == 0 ? "nothing grew, and every result was right" : "FAILED: see above");
     return status;
 }
