@@ -24,11 +24,11 @@ TEST(BoundedCopy, FollowsItsRulesInBothWidths) {
         const char* source;
         size_t count;
         const char* expected;
-    } cases[] = {{4, "abc", 3, "0 abc.####"},         {6, "abc", 9, "0 abc...##"},
-                 {4, "abcdef", 3, "0 abcdef.#"},      {4, "abcdef", 4, "22 ....####"},
-                 {4, "abcd", 9, "22 ....####"},       {0, "", 0, "22 ########"},
-                 {4, nullptr, 3, "0 ....####"},       {4, "abcdef", _TRUNCATE, "0 abcd####"},
-                 {6, "abc", _TRUNCATE, "0 abc...##"}, {0, "abc", _TRUNCATE, "0 ########"}};
+    } cases[] = {{4, "abc", 3, "0 abc.####"},        {6, "abc", 9, "0 abc...##"},
+                 {4, "abcdef", 3, "0 abcdef.#"},     {4, "abcdef", 4, "22 ....####"},
+                 {4, "abcd", 9, "22 ....####"},      {0, "", 0, "22 ########"},
+                 {4, nullptr, 3, "0 ....####"},      {4, "abcdef", _TRUNCATE, "0 abcd####"},
+                 {0, "abc", _TRUNCATE, "0 ########"}};
     for (const auto& c : cases) {
         EXPECT_EQ(copied<char>(strncpy_s, c.size, c.source, c.count), c.expected);
         EXPECT_EQ(copied<WCHAR>(wcsncpy_s, c.size, c.source, c.count), c.expected);

@@ -33,24 +33,20 @@ TEST(Conversion, KeepsTheWholeTextWhateverItsLength) {
     }
 }
 
-// The narrow form, or "errno N" of a failure.
+// The narrow form, or what stands in place of it after a failure.
 std::string narrow_form(const std::wstring& wide, bool (*convert)(const wchar_t*, std::string&)) {
     std::string narrow = "left over";
-    if (convert(wide.c_str(), narrow))
-        return narrow;
-    EXPECT_EQ(narrow, "");
-    return "errno " + std::to_string(errno);
+    return convert(wide.c_str(), narrow) ? narrow : errno == EILSEQ ? "refused " + narrow : "failed";
 }
 
 TEST(Conversion, ReportsTextThatTheLocaleCannotExpress) {
-    const std::string failed = "errno " + std::to_string(EILSEQ);
     use_locale(kC);
-    EXPECT_EQ(narrow_form(std::wstring(300, L'a') + L"\u20ac", kalto::to_narrow), failed);
-    EXPECT_EQ(narrow_form(L"\\a\\\u00fc", kalto::to_path), failed);
+    EXPECT_EQ(narrow_form(std::wstring(300, L'a') + L"\u20ac", kalto::to_narrow), "refused ");
+    EXPECT_EQ(narrow_form(L"\\a\\\u00fc", kalto::to_path), "refused ");
     use_locale(kUtf8);
     EXPECT_EQ(narrow_form(L"\\a\\\u00fc/b\\", kalto::to_path), "/a/\xc3\xbc/b/");
     EXPECT_EQ(narrow_form(L"a\xD83D\xDE00", kalto::to_narrow), "a\xF0\x9F\x98\x80"); // two of 16 bits
-    EXPECT_EQ(narrow_form(L"\xD83D", kalto::to_narrow), failed);
+    EXPECT_EQ(narrow_form(L"\xD83D", kalto::to_narrow), "refused ");
     for (const char* broken : {"ab\xff", "ab\xe2\x82", "\xed\xa0\x80"}) {
         std::wstring wide = L"left over";
         EXPECT_FALSE(kalto::to_wide(broken, wide)) << broken;
@@ -112,15 +108,12 @@ TEST(CountedConversion, ToMultiByteFollowsItsRules) {
     const CountedCase<wchar_t, char> cases[] = {
         // Size queries: the limit is the source length.
         {kC, L"abc\0"s, -1, 0, 4, ""},
-        {kC, L"ab\0cd"s, 5, 0, 3, ""},
-        {kC, L"", 0, 0, 0, ""},
         {kC, L"a\u00fc", 2, 0, -1, ""},
         {kUtf8, L"\u20ac\0"s, -1, 0, 2, ""},     // three bytes, limit two
         {kUtf8, L"\u00fc\u00fc", 2, 0, 2, ""},   // no terminator: always the limit
         {kUtf8, L"\u00fc\0xy\0"s, 5, 0, 2, ""},  // two bytes, and no zero at place two
         {kUtf8, L"\u00fc\0\0y\0"s, 5, 0, 3, ""}, // two bytes, and a zero at place two
         // Room for everything.
-        {kC, L"abc\0"s, -1, 10, 4, "abc\0"s},
         {kC, L"ab\0cd"s, 5, 10, 3, "ab\0"s},
         {kUtf8, L"\u20ac\0"s, -1, 10, 0, ""}, // the limit of two bytes does not hold a euro sign
         {kUtf8, L"\u00fc\0xyz"s, 5, 10, 3, "\xc3\xbc\0"s},
@@ -130,7 +123,6 @@ TEST(CountedConversion, ToMultiByteFollowsItsRules) {
         {kUtf8, L"a\u00fc", 2, 2, 1, "a"},     // the same without a described zero
         // What cannot be expressed is -1, whatever stands before it. A negative size describes no buffer.
         {kC, L"ab\u00fc", 3, 10, -1, "ab"},
-        {kC, L"ab\u00fc", 3, 2, 2, "ab"},
         {kC, L"abc\0"s, -1, -7, -7, ""},
     };
     check(cases);
@@ -138,14 +130,11 @@ TEST(CountedConversion, ToMultiByteFollowsItsRules) {
 
 TEST(CountedConversion, ToWideFollowsItsRules) {
     const CountedCase<char, wchar_t> cases[] = {
-        {kC, "abc\0"s, -1, 0, 4, L""},
         {kC, "ab\0cd"s, 5, 0, 3, L""},
         {kUtf8, "\xc3\xbc\0"s, -1, 0, 1, L""}, // place one is the middle of the character
         {kUtf8, "\xc3", 1, 0, -1, L""},
-        {kC, "abc\0"s, -1, 10, 4, L"abc\0"s},
         {kUtf8, "\xc3\xbc\0"s, -1, 10, 2, L"\u00fc\0"s},
         {kUtf8, "\xc3\xbc\0"s, -1, 1, 1, L"\u00fc"},
-        {kUtf8, "b\xc3\xbc", 3, 10, 2, L"b\u00fc"},
         {kUtf8, "ab\xff", 3, 10, -1, L"ab"},
         {kUtf8, "a\xc3", 2, 10, -1, L"a"}, // a character cut in two
         {kUtf8, "ab\xff", 3, 2, 2, L"ab"},

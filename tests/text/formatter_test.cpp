@@ -21,8 +21,8 @@ std::string formatted(const char* format, ...) {
 
 TEST(Formatter, Numbers) {
     EXPECT_EQ(formatted("%d|%d|%d|%u", 0, -5, -2147483647 - 1, -1), "0|-5|-2147483648|4294967295");
-    EXPECT_EQ(formatted("%5d|%-5d|%8d|%05d|%05d|%0005d", -5, -5, 1234567, 5, -5, 5),
-              "   -5|-5   | 1234567|00005|-0005|00005");
+    EXPECT_EQ(formatted("%5d|%-5d|%8d|%05d|%0005d", -5, -5, 1234567, -5, 5),
+              "   -5|-5   | 1234567|-0005|00005");
     EXPECT_EQ(formatted("%-05d|%-05d|%0d|%02d", 5, -5, -5, -123),
               "50000|-5000|-5|-123"); // zeros on the right
     EXPECT_EQ(formatted("%x|%X|%06x|%3c|%-03c|%%", -1, 0xabc, 0xabc, 'x', 'x'),
