@@ -12,13 +12,6 @@ namespace {
 char* g_log = nullptr; // what was written to the system's log
 size_t g_log_size = 0;
 
-std::vector<const CVurlNode*> free_nodes(const CVurlDOM& dom) {
-    std::vector<const CVurlNode*> nodes;
-    for (const CVurlNode* node = dom.m_pFreeNodes; node != nullptr; node = node->pNextSibling)
-        nodes.push_back(node);
-    return nodes;
-}
-
 } // namespace
 
 // Stands for the C library's: the system's log is kept in memory.
@@ -55,38 +48,21 @@ TEST(Pool, GrowsByHalfAndServesExactlyFromTheNewestBlockThatFits) {
 
 TEST(Document, SizesItsNodesForTheUserData) {
     constexpr unsigned kUnit = sizeof(void*);
-    const struct {
-        unsigned short user_data;
-        unsigned node_size;
-    } cases[] = {{1, 7 * kUnit}, {kUnit, 7 * kUnit}, {kUnit + 1, 8 * kUnit}, {0, 0}};
-    for (const auto& c : cases) {
-        CVurlDOM dom(c.user_data);
-        EXPECT_EQ(dom.m_nNodeSize, c.node_size);
-        CVurlNode* node = dom.AllocNode();
-        ASSERT_NE(node, nullptr);
-        const unsigned record = std::max<unsigned>(c.node_size, sizeof(CVurlNode));
+    EXPECT_EQ(CVurlDOM().m_nNodeSize, 6 * kUnit);
+    EXPECT_EQ(CVurlDOM(1).m_nNodeSize, 7 * kUnit);
+    EXPECT_EQ(CVurlDOM(kUnit + 1).m_nNodeSize, 8 * kUnit);
+    EXPECT_EQ(CVurlDOM(0xFFF0).AllocNode(), nullptr) << "such a record cannot be";
+    for (const unsigned size : {0u, 8 * kUnit}) {
+        CVurlDOM dom(static_cast<unsigned short>(size == 0 ? 0 : 2 * kUnit));
+        EXPECT_EQ(dom.m_nNodeSize, size);
+        CVurlNode* const node = dom.AllocNode();
+        const unsigned record = std::max<unsigned>(size, sizeof(CVurlNode));
         std::memset(static_cast<void*>(node), 0xFF, record);
         dom.FreeNode(node);
         ASSERT_EQ(dom.AllocNode(), node);
-        const auto* bytes = reinterpret_cast<const char*>(node);
+        const auto* const bytes = reinterpret_cast<const char*>(node);
         EXPECT_EQ(std::count(bytes, bytes + record, '\0'), record) << "a recycled node is zeroed";
         EXPECT_EQ(reinterpret_cast<char*>(dom.AllocNode()), bytes + record);
-    }
-    EXPECT_EQ(CVurlDOM().m_nNodeSize, 6 * kUnit);
-    EXPECT_EQ(CVurlDOM(0xFFF0).AllocNode(), nullptr) << "such a record cannot be";
-}
-
-// Chains go onto the free list whole: children before their parents' siblings'
-// tails, each chain in order.
-TEST(Document, DeletesChildrenInWholeChains) {
-    Document dom("<r a='0'><x b='1' c='2'><p/><q d='3'/></x><y/></r>");
-    const CVurlNode* x = dom.m_pRoot->pFirstChild;
-    const std::vector<const CVurlNode*> expected = {x, x->pNextSibling, x->pFirstChild,
-                                                    x->pFirstChild->pNextSibling, dom.m_pFreeNodes};
-    for (int times = 0; times < 2; ++times) {
-        dom.DeleteChildren(dom.m_pRoot);
-        EXPECT_EQ(tree_text(dom), "r[a=0]");
-        EXPECT_EQ(free_nodes(dom), expected);
     }
 }
 
@@ -161,5 +137,7 @@ TEST(Document, WalksWritesCopiesCleansAndDeletesATreeOfAnyDepth) {
     dom.FreeDOM(false);
     other.Clean();
     other.DeleteChildren(other.m_pRoot);
-    EXPECT_EQ(free_nodes(other).size(), size_t{kDepth});
+    for (const CVurlNode* node = other.m_pFreeNodes; node != nullptr; node = node->pNextSibling)
+        --visited;
+    EXPECT_EQ(visited, 0);
 }

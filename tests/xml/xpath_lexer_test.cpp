@@ -119,19 +119,3 @@ TEST(XPathLexer, TakesItsPartsOneByOne) {
     start = nullptr;
     EXPECT_EQ(engine.checkReservedWords(&start), 52);
 }
-
-TEST(XPathLexer, ListCopiesMoveOnTheirOwn) {
-    CVurlXPParseList list;
-    EXPECT_TRUE(list.PeekCurrent() == nullptr && list.Next() == 0);
-    int values[2];
-    for (int& value : values)
-        EXPECT_EQ(list.Push(&value), 1);
-    CVurlXPParseList copy = list;
-    EXPECT_EQ(copy.Next(), 1);
-    EXPECT_EQ(copy.Next(), 0);
-    EXPECT_EQ(copy.PeekCurrent(), &values[1]);
-    EXPECT_EQ(copy.Prev(), 1);
-    for (int& value : values)
-        EXPECT_EQ(list.Pop(), &value);
-    EXPECT_TRUE(list.Pop() == nullptr && list.PeekCurrent() == nullptr);
-}
