@@ -30,15 +30,12 @@ void require(bool good) {
 std::string g_folder;
 
 void remove_folder() {
-    for (const char* name : {"/var/zel/registry.xml", "/var/zel/registry.xml.new"})
-        unlink((g_folder + name).c_str());
-    for (const char* name : {"/var/zel", "/var", ""})
-        rmdir((g_folder + name).c_str());
+    for (const char* name : {"/var/zel/registry.xml", "/var/zel/registry.xml.new", "/var/zel", "/var", ""})
+        remove((g_folder + name).c_str());
 }
 
 void make_folder() {
-    const char* parent = getenv("TMPDIR");
-    g_folder = std::string(parent != nullptr ? parent : "/tmp") + "/kalto_fuzz_XXXXXX";
+    g_folder = "/tmp/kalto_fuzz_XXXXXX";
     require(mkdtemp(&g_folder[0]) != nullptr);
     mkdir((g_folder + "/var").c_str(), 0700);
     mkdir((g_folder + "/var/zel").c_str(), 0700);
@@ -56,8 +53,7 @@ void write_file(const uint8_t* data, size_t size) {
     const struct timespec times[2] = {{++seconds, 0}, {seconds, 0}};
     utimensat(AT_FDCWD, path.c_str(), times, 0);
     g_stRegFileStats.st_mtim = {0, 0};
-    kalto::g_regDirty =
-        false; // a file that cannot be written back keeps its changes: not into the next input
+    kalto::g_regDirty = false; // changes of a file that could not be written back
 }
 
 void read_all(HKEY key) {
@@ -97,14 +93,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (RegOpenKeyEx(HKEY_LOCAL_MACHINE, L"", 0, 0, &key) != 0)
         return 0;
     read_all(key);
-    const DWORD number = 7;
-    const BYTE* bytes = reinterpret_cast<const BYTE*>(&number);
     for (const wchar_t* name : {L"m", L"", L"a", L"zz"}) {
-        require(RegSetValueEx(key, name, 0, REG_DWORD, bytes, sizeof number) == 0);
-        DWORD found = 0;
+        const BYTE number[4] = {7, 0, 0, 0};
+        BYTE found[4] = {};
         DWORD room = sizeof found;
-        require(RegQueryValueEx(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&found), &room) == 0);
-        require(found == number);
+        require(RegSetValueEx(key, name, 0, REG_DWORD, number, sizeof number) == 0);
+        require(RegQueryValueEx(key, name, nullptr, nullptr, found, &room) == 0 && found[0] == 7);
     }
     require(RegDeleteValue(key, L"a") == 0);
     RegDeleteKey(key, L"k");
