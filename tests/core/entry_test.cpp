@@ -7,7 +7,6 @@ TEST(Entry, HandsOutTheCommandLine) {
         std::vector<std::string> arguments;
         const char* expected; // of the application's print-out, behind the executable's path
     } cases[] = {
-        {{}, "narrow []\nwide []\ncount 1\n"},
         {{"a", "b c"}, "narrow [a b c]\nwide [a b c]\ncount 3\nlast [b c]\n"},
         {{"", "", "xyz"}, "narrow [  xyz]\nwide [  xyz]\ncount 4\nlast [xyz]\n"},
         // The wide line ends where the locale, which nobody has set, cannot go on; the narrow one is whole.

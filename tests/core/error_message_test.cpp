@@ -2,6 +2,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <kalto/core.h>
+#include <thread>
 
 static std::string build(size_t size, BOOL use_errno, int number, const char* format, ...) {
     char text[300];
@@ -34,10 +35,17 @@ TEST(ErrorMessage, IsOneLineThatNamesTheErrorWhereAsked) {
 }
 
 TEST(ErrorMessage, CallsThatDropTheTextKeepTheirResults) {
-    testing::internal::CaptureStderr();
     errno = ERANGE;
     EXPECT_EQ(Kalto_ErrMsgSys("%s", std::string(500, 'x').c_str()), ERANGE);
     EXPECT_EQ(errno, ERANGE);
     EXPECT_EQ(Kalto_ErrMsg("%d", 5), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(LastError, IsWhatItsThreadSetLast) {
+    SetLastError(13);
+    std::thread([] {
+        EXPECT_EQ(GetLastError(), DWORD{0});
+        SetLastError(2);
+    }).join();
+    EXPECT_EQ(GetLastError(), DWORD{13});
 }

@@ -17,8 +17,7 @@ static void print_command_line(LPWSTR lpCmdLine) {
     printf("executable [%ls]\n", path[0]);
     printf("same %d\n", lpCmdLine == GetCommandLine() && vector == CommandLineToArgvW(L"x", nullptr));
     printf("narrow [%s]\nwide [%ls]\ncount %d\n", GetCommandLineA(), lpCmdLine, count);
-    if (count > 1)
-        printf("last [%.3ls]\n", vector[count - 1]);
+    printf("last [%.3ls]\n", vector[count - 1]);
 }
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR lpCmdLine, int show) {

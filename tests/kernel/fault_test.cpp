@@ -143,13 +143,13 @@ TEST(CreateThread, AppliesTheCreatorsPriorityOnlyToAThreadWhoseIdIsAskedFor) {
     int policy = 0;
     sched_param own{};
     pthread_getschedparam(pthread_self(), &policy, &own);
-    CloseHandle(make_thread());
     DWORD id = 0;
+    const Handle other(CreateThread(nullptr, 0, nothing, nullptr, CREATE_SUSPENDED, nullptr));
     const Handle thread(CreateThread(nullptr, 0, nothing, nullptr, CREATE_SUSPENDED, &id));
     EXPECT_EQ(GetThreadPriority(thread), own.sched_priority);
     EXPECT_TRUE(SetThreadPriority(thread, 7)) << "although it is forbidden";
     EXPECT_EQ(priorities_set, (Numbers{own.sched_priority, 7}));
-    TerminateThread(thread, 0);
+    EXPECT_TRUE(TerminateThread(thread, 0) && TerminateThread(other, 0));
 }
 
 // Deliberate: a fork that fails is not noticed; what is promised about the handle holds all the same.
