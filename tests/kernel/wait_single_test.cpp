@@ -109,17 +109,15 @@ TEST(Calls, RefuseWhatIsNoHandleOrNoSuchObject) {
 TEST(Deadline, IsAWallClockMomentWithASignedTimeOut) {
     const std::pair<DWORD, int64_t> cases[] = {
         {0, 0}, {1999, 1999}, {0x80000000u, -0x80000000LL}, {0x80000289u, -2147482999}, {0xFFFFFFFEu, -2}};
+    const auto ns = [](const timespec& t) { return t.tv_sec * INT64_C(1000000000) + t.tv_nsec; };
     for (const auto& [ms, offset] : cases) {
-        timespec moments[3] = {}; // before, as asked, after
-        clock_gettime(CLOCK_REALTIME, &moments[0]);
-        GetTimeOutTime(&moments[1], ms);
-        clock_gettime(CLOCK_REALTIME, &moments[2]);
-        EXPECT_TRUE(moments[1].tv_nsec >= 0 && moments[1].tv_nsec <= 999999999) << ms;
-        int64_t ns[3];
-        for (int i = 0; i < 3; ++i)
-            ns[i] = moments[i].tv_sec * INT64_C(1000000000) + moments[i].tv_nsec;
-        ns[1] -= offset * 1000000;
-        EXPECT_TRUE(ns[0] <= ns[1] && ns[1] <= ns[2]) << ms;
+        timespec before{}, deadline{}, after{};
+        clock_gettime(CLOCK_REALTIME, &before);
+        GetTimeOutTime(&deadline, ms);
+        clock_gettime(CLOCK_REALTIME, &after);
+        const int64_t asked_at = ns(deadline) - offset * 1000000;
+        EXPECT_TRUE(ns(before) <= asked_at && asked_at <= ns(after)) << ms;
+        EXPECT_TRUE(deadline.tv_nsec >= 0 && deadline.tv_nsec <= 999999999) << ms;
     }
     const Handle event(make_event(false));
     for (const DWORD ms : {0x80000000u, 0xFFFFFFFEu, 20u}) {

@@ -47,20 +47,19 @@ Figures TakeFigures() {
             std::distance(begin(descriptors), end(descriptors)), StatusLine("Threads:")};
 }
 
-bool Verdict::Grown(const Figures& figures) {
+bool Grown(const char* process, const std::vector<Figures>& rounds, long resident_bound) {
     bool grown = false;
-    rounds_.push_back(figures);
     for (size_t i = 0; i < kFigures; ++i) {
         const auto& rule = kRules[i];
-        if (rounds_.size() < kWarmUp + rule.rounds || (i == kResident && resident_bound_ == 0))
+        if (rounds.size() < kWarmUp + rule.rounds || (i == kResident && resident_bound == 0))
             continue;
         const auto less = [i](const Figures& a, const Figures& b) { return a[i] < b[i]; };
-        const long highest = (*std::max_element(rounds_.begin(), rounds_.begin() + kWarmUp, less))[i];
-        const long lowest = (*std::min_element(rounds_.end() - rule.rounds, rounds_.end(), less))[i];
-        const long bound = i == kResident ? resident_bound_ : rule.bound;
+        const long highest = (*std::max_element(rounds.begin(), rounds.begin() + kWarmUp, less))[i];
+        const long lowest = (*std::min_element(rounds.end() - rule.rounds, rounds.end(), less))[i];
+        const long bound = i == kResident ? resident_bound : rule.bound;
         if (lowest <= highest + bound)
             continue;
-        fprintf(stderr, "soak: %s: %s grew from %ld to %ld, beyond the bound of %ld\n", process_, rule.name,
+        fprintf(stderr, "soak: %s: %s grew from %ld to %ld, beyond the bound of %ld\n", process, rule.name,
                 highest, lowest, bound);
         grown = true;
     }

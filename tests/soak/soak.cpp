@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <list>
 #include <random>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,8 +32,6 @@ const int kMostReports = 20;
 std::atomic<bool> stop{false};
 std::atomic<int> failures{0};
 thread_local std::minstd_rand chance;
-pid_t first_process;
-pid_t second_process; // 0 in the second one
 
 struct Area {
     const char* name;
@@ -85,25 +84,18 @@ void RunRound(const char* process, std::list<Area>& areas, unsigned seconds) {
     alarm(0);
 }
 
-// Whether the other process has ended before its time.
-bool IsAlone() {
-    siginfo_t second = {};
-    if (second_process == 0)
-        return getppid() != first_process;
-    return waitid(P_PID, second_process, &second, WEXITED | WNOHANG | WNOWAIT) == 0 && second.si_status != 0;
-}
-
-// Rounds until the time is over, something was wrong, or the process is alone.
+// Rounds until the time is over or something was wrong.
 int Soak(const char* process, std::list<Area> areas, unsigned seconds, long resident_bound) {
-    Verdict verdict(process, resident_bound);
+    std::vector<Figures> rounds;
     TakeFigures(); // which learns how few the threads are
-    for (unsigned i = 1; i <= kRounds && failures == 0 && !IsAlone(); ++i) {
+    for (unsigned i = 1; i <= kRounds && failures == 0; ++i) {
         RunRound(process, areas, seconds);
         siginfo_t child = {};
         waitid(P_PGID, getpgrp(), &child, WEXITED | WNOHANG | WNOWAIT);
         Expect(child.si_pid == 0, "every child is collected");
         const Figures now = TakeFigures();
-        failures += verdict.Grown(now) ? 1 : 0;
+        rounds.push_back(now);
+        failures += Grown(process, rounds, resident_bound) ? 1 : 0;
         unsigned long long steps = 0;
         for (const Area& area : areas)
             steps += area.steps;
@@ -122,27 +114,25 @@ int Soak(const char* process, std::list<Area> areas, unsigned seconds, long resi
 int SoakInTwoProcesses(unsigned seconds, long resident_bound) {
     puts("process     after     steps  resident/KB   heap/KB  mappings  descriptors  threads");
     fflush(stdout);
-    first_process = getpid();
-    second_process = fork();
-    if (second_process == 0) {
+    const pid_t second = fork();
+    if (second == 0) {
         setpgid(0, 0); // no child that the first one could have forgotten to collect
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
         _exit(Soak("second",
                    {{"registry", RegistryStep, 2}, {"files", FilesStep, 1}, {"objects", ObjectsStep, 1}},
                    seconds, resident_bound));
     }
-    setpgid(second_process, second_process);
-    int status = Soak("first",
-                      {{"threads", ThreadsStep, 2},
-                       {"objects", ObjectsStep, 3},
-                       {"registry", RegistryStep, 3},
-                       {"files", FilesStep, 2},
-                       {"documents", DocumentsStep, 2},
-                       {"text", TextStep, 2}},
-                      seconds, resident_bound);
-    if (status != 0)
-        kill(second_process, SIGKILL);
+    setpgid(second, second);
+    const int status = Soak("first",
+                            {{"threads", ThreadsStep, 2},
+                             {"objects", ObjectsStep, 3},
+                             {"registry", RegistryStep, 3},
+                             {"files", FilesStep, 2},
+                             {"documents", DocumentsStep, 2},
+                             {"text", TextStep, 2}},
+                            seconds, resident_bound);
     int of_second = 1;
-    return waitpid(second_process, &of_second, 0) == second_process && of_second == 0 ? status : 1;
+    return status == 0 && waitpid(second, &of_second, 0) == second && of_second == 0 ? 0 : 1;
 }
 
 } // namespace

@@ -1,20 +1,10 @@
-// Formatted output, conversions, tokens, messages, times and other calls that hand out or need memory.
+// Formatted output, dates, tokens, messages and other calls that hand out or need memory.
 #include "soak.h"
 
 #include <kalto/tokenizer.h>
 #include <memory>
 
 namespace {
-
-void Convert() {
-    const std::wstring wide(1 + Random(2000), L'w');
-    std::string narrow(wide.size() + 1, '\0');
-    std::wstring back(wide.size() + 1, L'\0');
-    const int size = static_cast<int>(narrow.size());
-    WideCharToMultiByte(CP_ACP, 0, wide.c_str(), -1, &narrow[0], size, nullptr, nullptr);
-    MultiByteToWideChar(CP_ACP, 0, narrow.c_str(), -1, &back[0], size);
-    Expect(wcscmp(back.c_str(), wide.c_str()) == 0, "there and back");
-}
 
 void Format() {
     WCHAR text[3000];
@@ -45,7 +35,6 @@ void TakeMemory() {
 } // namespace
 
 void TextStep(const std::wstring&) {
-    Convert();
     Format();
     TakeMemory();
 }
