@@ -13,6 +13,8 @@
 namespace {
 timeval clock_now = {}; // what is read, and what was set
 int set_error = 0;
+std::future<void> other; // begun while the zone is read again
+void (*during_reload)() = nullptr;
 } // namespace
 
 extern "C" {
@@ -20,6 +22,12 @@ KALTO_API int settimeofday(const timeval* value, const struct timezone*) noexcep
     clock_now = *value;
     errno = set_error;
     return set_error == 0 ? 0 : -1;
+}
+
+KALTO_API void tzset() noexcept {
+    reinterpret_cast<void (*)()>(dlsym(RTLD_NEXT, "tzset"))();
+    if (during_reload != nullptr && !other.valid() && strcmp(getenv("TZ"), ":") == 0)
+        during_reload();
 }
 
 KALTO_API int gettimeofday(timeval* value, void* zone) noexcept {
@@ -136,23 +144,23 @@ TEST_F(Clock, LocalTimeSeesAChangedZoneFileAndKeepsTz) {
     EXPECT_EQ(getenv("TZ"), nullptr);
 }
 
-// While it reads the zone again, TZ is set aside.
+// In the moment of the reload, when TZ is set aside, another thread asks for local times.
 TEST_F(Clock, NoOtherCallSeesTheReload) {
     enter_zone("IST-5:30");
     clock_now = {};
-    auto other = std::async(std::launch::async, [] {
-        const FILETIME epoch = file_time(ticks(0));
-        FILETIME local = {};
-        for (int i = 0; i < 100000; ++i) {
+    during_reload = [] {
+        other = std::async(std::launch::async, [] {
+            const FILETIME epoch = file_time(ticks(0));
+            FILETIME local = {};
             FileTimeToLocalFileTime(&epoch, &local);
-            ASSERT_EQ(ticks(local), ticks(19800));
-        }
-    });
+            EXPECT_EQ(ticks(local), ticks(19800));
+        });
+        other.wait_for(std::chrono::milliseconds(50)); // it is kept waiting
+    };
     SYSTEMTIME local = {};
-    while (other.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
-        GetLocalTime(&local);
-        EXPECT_TRUE(same(local, {1970, 1, 4, 1, 5, 30, 0, 0}));
-    }
+    GetLocalTime(&local);
+    other.get();
+    EXPECT_TRUE(same(local, {1970, 1, 4, 1, 5, 30, 0, 0}));
 }
 
 TEST_F(Clock, HasNoPerformanceCounter) {

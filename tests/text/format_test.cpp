@@ -27,7 +27,7 @@ TEST(Format, NarrowTakesNarrowTextInBothCases) {
 
 TEST(Format, WideTakesTextOfItsOwnWidthInLowerCase) {
     const auto wide = [](auto... arguments) { return printed<wchar_t>(wsprintf, arguments...); };
-    EXPECT_EQ(wide(L"%s|%S|%c|%C", L"abc", "def", L'x', 'y'), L"abc|def|x|y");
+    EXPECT_EQ(wide(L"%s|%S|%c|%C", L"abc", "def", 0xe4, 'y'), L"abc|def|\xe4|y");
     EXPECT_EQ(wide(L"%-6s|%6.2s|%*s|%7S|%7C", L"abc", L"defg", 5, L"h", "seven", 'h'),
               L"abc   |    de|    h|  seven|      h");
     EXPECT_NE(wide(L"%C", 0xe4), L"\xe4"); // a byte, not the wide character of that number

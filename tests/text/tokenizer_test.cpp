@@ -14,13 +14,14 @@ std::string taken(char* token) {
 }
 
 // What a tokenizer answers to calls: n for the next token, m for more, c for the count, a digit for the token
-// of that number, anything else for the next token by that delimiter.
+// of that number, + for the next token by two delimiters, anything else for the next token by that delimiter.
 std::string answers(qrd_StringTokenizer& tokenizer, const std::string& calls) {
     std::string result;
     for (const char call : calls)
         result += call == 'n'     ? taken(tokenizer.nextElement())
                   : call == 'm'   ? (tokenizer.hasMoreElements() ? "+" : "-")
                   : call == 'c'   ? std::to_string(tokenizer.countTokens())
+                  : call == '+'   ? taken(tokenizer.nextToken(",;"))
                   : isdigit(call) ? taken(tokenizer.getTokenAt(call - '0'))
                                   : taken(tokenizer.nextToken(std::string(1, call).c_str()));
     return result;
@@ -47,6 +48,7 @@ TEST(Tokenizer, AnswersByItsFlags) {
          "<null><null>[a][a][b]<null><null>"}, // the last one before it
         {"a;b,c;d", ",", false, false, ";,;n", "[a][b][c][d]"},
         {"a,b;c", ",", false, false, "n1nc;mc", "[a][a][b;c]2<null>-2"},
+        {"a;,b", ",", false, true, "1+nn", "[a;][a]<null><null>"}, // no delimiter where a token was ended
         {"a,b,,c", ",", false, true, "2nnnmnn", "[b][a][b]<null>+[c]<null>"},
     };
     for (const auto& c : cases) {
