@@ -38,23 +38,17 @@ TEST(DateFormat, FlagsSelectTheTextAndFieldsAreNotChecked) {
 }
 
 TEST(DateFormat, RefusalsAndQueries) {
-    const struct {
-        const SYSTEMTIME* time;
-        const wchar_t* format;
-        bool buffer;
-        int size, expected;
-        DWORD error;
-    } cases[] = {
-        {&kAfternoon, nullptr, false, 0, 11, 36}, // how long would it be
-        {&kAfternoon, nullptr, true, -5, 11, 36}, {&kAfternoon, nullptr, false, 20, 0, 22},
-        {&kAfternoon, L"", true, 0, 0, 22},       {nullptr, nullptr, true, 11, 11, 0}, // now
+    wchar_t buffer[12] = L"~";
+    const auto answer = [](const SYSTEMTIME* time, const wchar_t* format, wchar_t* text, int size) {
+        const int length = GetTimeFormat(0, 0, time, format, text, size);
+        return std::to_string(length) + " " + std::to_string(GetLastError());
     };
-    for (const auto& c : cases) {
-        wchar_t buffer[12] = L"~";
-        EXPECT_EQ(GetTimeFormat(0, 0, c.time, c.format, c.buffer ? buffer : nullptr, c.size), c.expected);
-        EXPECT_EQ(GetLastError(), c.error);
-        EXPECT_EQ(buffer[0] == L'~', c.error != 0);
-    }
+    EXPECT_EQ(answer(&kAfternoon, nullptr, nullptr, 0), "11 36"); // how long would it be
+    EXPECT_EQ(answer(&kAfternoon, nullptr, buffer, -5), "11 36");
+    EXPECT_EQ(answer(&kAfternoon, nullptr, nullptr, 20), "0 22");
+    EXPECT_EQ(answer(&kAfternoon, L"", buffer, 0), "0 22");
+    EXPECT_STREQ(buffer, L"~");
+    EXPECT_EQ(answer(nullptr, nullptr, buffer, 11), "11 0"); // now
 }
 
 } // namespace

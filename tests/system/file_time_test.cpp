@@ -26,12 +26,13 @@ TEST(FileTime, AMomentIsTheSameInEveryForm) {
         {{2037, 12, 4, 31, 12, 0, 0, 123}, 364, 2145873600}, {{2040, 2, 3, 29, 0, 0, 0, 1}, 59, 2214086400},
         {{9998, 12, 4, 31, 1, 2, 3, 4}, 364, 253370682123},
     };
+    enter_zone("UTC0");
     for (const auto& c : cases) {
         const Seconds seconds = c.seconds;
         const ULONGLONG exact = ticks(seconds) + c.parts.wMilliseconds * 10000u;
         const FILETIME file = file_time(exact + 9999); // below a millisecond: dropped
         SYSTEMTIME parts = {};
-        FILETIME back = {};
+        FILETIME back = {}, local = {}, standard = {};
         LARGE_INTEGER unsigned_seconds = {};
         UDATE date = {}, expected = {c.parts, c.day_of_year};
         // Cut to 32 bits on every target.
@@ -44,6 +45,12 @@ TEST(FileTime, AMomentIsTheSameInEveryForm) {
         // A date before 1970 is cut towards it: half a second up, and the fraction then dropped.
         EXPECT_EQ(VarUdateFromDate(ole_date(seconds < 0 ? seconds - 1 : seconds), 0, &date),
                   fits ? 0 : kFailed);
+        EXPECT_EQ(FileTimeToLocalFileTime(&file, &local), fits);
+        EXPECT_EQ(ticks(local), fits ? ticks(seconds) : 0);
+        EXPECT_EQ(LocalFileTimeToFileTime(&file, &standard), fits && seconds != -1);
+        EXPECT_EQ(ticks(standard), fits && seconds != -1 ? ticks(seconds) : 0);
+        EXPECT_EQ(SystemTimeToFileTime(&c.parts, &back), fits);
+        EXPECT_EQ(ticks(back), fits ? exact : 0);
         if (!fits)
             continue;
         EXPECT_TRUE(same(parts, c.parts)) << seconds;
@@ -52,31 +59,15 @@ TEST(FileTime, AMomentIsTheSameInEveryForm) {
         EXPECT_EQ(memcmp(&date, &expected, sizeof date), 0) << seconds;
         EXPECT_EQ(TimeTToFileTime(&back, static_cast<time_t>(seconds)), &back);
         EXPECT_EQ(ticks(back), ticks(seconds));
-        parts.wDayOfWeek = 77; // ignored
-        EXPECT_TRUE(SystemTimeToFileTime(&parts, &back)) << seconds;
-        EXPECT_EQ(ticks(back), exact);
     }
     const SYSTEMTIME unchecked = {2026, 0, 0, 1, 25, 61, 61, 65535}; // carry over
     FILETIME file = {};
     EXPECT_TRUE(SystemTimeToFileTime(&unchecked, &file));
     EXPECT_EQ(ticks(file), ticks(1764640921) + 655350000);
-}
-
-TEST(FileTime, TimesBeyondTimeTAndNullAreReportedAndNothingIsStored) {
-    enter_zone("UTC0");
-    const SYSTEMTIME later = {2038, 1, 0, 19, 3, 14, 8, 0};
-    const FILETIME beyond = file_time(ticks(std::int64_t{1} << 31));
-    FILETIME results[3] = {};
-    EXPECT_EQ(SystemTimeToFileTime(&later, &results[0]), kWide);
-    EXPECT_EQ(FileTimeToLocalFileTime(&beyond, &results[1]), kWide);
-    EXPECT_EQ(LocalFileTimeToFileTime(&beyond, &results[2]), kWide);
-    for (const FILETIME& result : results)
-        EXPECT_EQ(ticks(result), kWide ? ticks(beyond) : 0);
-    EXPECT_FALSE(SystemTimeToFileTime(nullptr, results) || FileTimeToSystemTime(&beyond, nullptr));
-    for (const auto& convert : {FileTimeToLocalFileTime, LocalFileTimeToFileTime})
-        EXPECT_FALSE(convert(nullptr, results) || convert(&beyond, nullptr));
+    SYSTEMTIME parts = {};
+    EXPECT_FALSE(SystemTimeToFileTime(nullptr, &file) || FileTimeToSystemTime(nullptr, &parts));
+    EXPECT_FALSE(FileTimeToLocalFileTime(nullptr, &file) || LocalFileTimeToFileTime(nullptr, &file));
     EXPECT_EQ(TimeTToFileTime(nullptr, 0), nullptr);
-    RtlSecondsSince1970ToTime(0, nullptr);
 }
 
 TEST(FileTime, LocalTimesFollowTheRulesOfTheirDateAndComeBackAsStandardTime) {

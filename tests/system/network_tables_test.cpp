@@ -55,8 +55,8 @@ std::deque<Reply> known_network() {
 
 constexpr ULONG kAllKinds = GAA_FLAG_INCLUDE_PREFIX | GAA_FLAG_INCLUDE_GATEWAYS;
 
-DWORD address_table(void* buffer, ULONG* size) {
-    return GetIpAddrTable(static_cast<MIB_IPADDRTABLE*>(buffer), size, TRUE);
+template <BOOL sorted> DWORD address_table(void* buffer, ULONG* size) {
+    return GetIpAddrTable(static_cast<MIB_IPADDRTABLE*>(buffer), size, sorted);
 }
 DWORD adapters_info(void* buffer, ULONG* size) {
     return GetAdaptersInfo(static_cast<IP_ADAPTER_INFO*>(buffer), size);
@@ -66,7 +66,8 @@ template <ULONG family, ULONG flags> DWORD adapters_addresses(void* buffer, ULON
 }
 
 using TableCall = DWORD (*)(void* buffer, ULONG* size);
-constexpr TableCall kTableCalls[] = {address_table, adapters_info, adapters_addresses<AF_UNSPEC, kAllKinds>};
+constexpr TableCall kTableCalls[] = {address_table<TRUE>, adapters_info,
+                                     adapters_addresses<AF_UNSPEC, kAllKinds>};
 
 alignas(std::max_align_t) char buffer[1 << 16];
 
@@ -142,7 +143,8 @@ TEST(NetworkTables, AreEmptyWithoutInterfacesOrAddresses) {
     const std::deque<Reply> bare = {
         {link(1, "lo", ARPHRD_LOOPBACK, IFF_LOOPBACK, "") + done()}, {done()}, {done()}};
     ULONG size = 0;
-    for (const TableCall& call : {address_table, adapters_info, adapters_addresses<AF_INET, 0>}) {
+    for (const TableCall& call :
+         {kTableCalls[0], kTableCalls[1], TableCall{adapters_addresses<AF_INET, 0>}}) {
         script = bare;
         EXPECT_EQ(call(nullptr, &size), DWORD{ERROR_NO_DATA});
         size = 0;
@@ -187,11 +189,8 @@ TEST(KnownNetwork, FillsTheAddressTable) {
                       local = "1 127.0.0.1 255.255.255.255 127.0.0.1 65535 1\n",
                       primary = "50 192.0.2.10 255.255.255.0 192.0.2.255 65535 1\n",
                       secondary = "50 192.0.2.11 255.255.255.0 192.0.2.255 65535 0\n";
-    EXPECT_EQ(lines([](void* rows, ULONG* size) {
-                  return GetIpAddrTable(static_cast<MIB_IPADDRTABLE*>(rows), size, FALSE);
-              }),
-              local + primary + dynamic + secondary);
-    EXPECT_EQ(lines(address_table), dynamic + local + primary + secondary);
+    EXPECT_EQ(lines(address_table<FALSE>), local + primary + dynamic + secondary);
+    EXPECT_EQ(lines(address_table<TRUE>), dynamic + local + primary + secondary);
 }
 
 // Everything that the records of the adapters hold.
