@@ -1,5 +1,6 @@
 // Any bytes parse or fail cleanly; what parses is written, read back as the same tree, and written as the
 // same text.
+#include "xml/text_stream.h"
 #include "xml/well_formed.h"
 #include <cstdio>
 #include <cstdlib>
@@ -47,6 +48,21 @@ void fill(CVurlDOM* dom, const uint8_t* data, size_t size) {
         std::memcpy(buffer, data, size);
 }
 
+// Compares what is handed on with a text.
+class Comparison final : public kalto::TextReceiver {
+  public:
+    explicit Comparison(const char* text) : rest_(text) {}
+    bool take(const char* text, size_t length) override {
+        const bool equal = std::strncmp(rest_, text, length) == 0;
+        rest_ += equal ? length : 0;
+        return equal;
+    }
+    bool is_whole() const { return *rest_ == '\0'; }
+
+  private:
+    const char* rest_;
+};
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -67,6 +83,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     unsigned second_size = 0;
     const char* second_text = first.WriteDoc(&second_size, 0);
     require(second_text != nullptr && std::strlen(second_text) == second_size, "the text is not whole");
+
+    Comparison streamed(second_text);
+    char window[kalto::kLeastWindow];
+    require(kalto::stream_text(&first, streamed, window, sizeof window) && streamed.is_whole(),
+            "the pieces are another text");
 
     CVurlDOM second;
     require(second.ReadDoc(second_text) == 1, "what was written cannot be read");

@@ -4,6 +4,7 @@
 // stands on). Records keep their kind for as long as the pool lives, so a stale pointer never sees a record
 // of another kind.
 #include "xml/records.h"
+#include "xml/well_formed.h"
 #include <algorithm>
 #include <climits>
 #include <cstdio>
@@ -131,16 +132,22 @@ void CVurlDOM::DeleteChildren(CVurlNode* node) {
     node->pFirstChild = nullptr;
 }
 
-// The string pool becomes one block that the text fills, and the records start with as much room.
-char* CVurlDOM::CreateDocBuffer(unsigned n) {
-    FreeDOM(false);
-    char* buffer = n == UINT_MAX ? nullptr : AllocString(n + 1);
-    if (buffer == nullptr)
-        return nullptr;
+// The string pool becomes one block that the text fills.
+char* kalto::create_text_buffer(CVurlDOM* dom, unsigned n) {
+    dom->FreeDOM(false);
+    char* buffer = n == UINT_MAX ? nullptr : dom->AllocString(n + 1);
     // The zero byte, and a few more where the parser looks at whole words: they decide nothing, but are not
     // random.
-    std::memset(buffer + n, 0, 1 + std::min(m_pStringPool->Remaining(), 16u));
-    m_pObjectPool = CVurlMemPool::Create(n);
+    if (buffer != nullptr)
+        std::memset(buffer + n, 0, 1 + std::min(dom->m_pStringPool->Remaining(), 16u));
+    return buffer;
+}
+
+// The records start with as much room as the text.
+char* CVurlDOM::CreateDocBuffer(unsigned n) {
+    char* buffer = kalto::create_text_buffer(this, n);
+    if (buffer != nullptr)
+        m_pObjectPool = CVurlMemPool::Create(n);
     return buffer;
 }
 

@@ -1,12 +1,13 @@
-// Where the pieces of a written document go: counted, copied to the document's buffer, or handed to whatever
-// sink an application has selected. Each takes pieces (put), whole strings (string), and strings in which
-// characters are replaced (converted): those up to the end, or up to a "<!", which may begin a CDATA section
-// and is left to the caller. converted returns the place where it stopped.
+// Where the pieces of a written document go: counted, copied to the document's buffer or to a window on the
+// text, or handed to whatever sink an application has selected. Each takes pieces (put), whole strings
+// (string), and strings in which characters are replaced (converted): those up to the end, or up to a "<!",
+// which may begin a CDATA section and is left to the caller. converted returns the place where it stopped.
 #ifndef KALTO_XML_OUTPUT_SINKS_H
 #define KALTO_XML_OUTPUT_SINKS_H
 
 #include "xml/chunk.h"
 #include "xml/records.h"
+#include "xml/text_stream.h"
 #include <algorithm>
 #include <climits>
 #include <cstdint>
@@ -170,16 +171,50 @@ class Counter {
     std::uint64_t size_ = 0;
 };
 
-class Copier {
+// Where a copy goes when its whole length is known: there is room for the text, and up to `end` also for what
+// is stored beyond what is written in the end (null: none).
+class WholeText {
   public:
-    // A whole pair of words may be stored up to `end`, beyond what is written in the end; null: not at all.
-    Copier(CVurlDOM* dom, char* end)
-        : block_(dom->m_pStringPool), cursor_(dom->m_pOutputCursor), end_(end == nullptr ? cursor_ : end) {}
-    char* cursor() const { return cursor_; }
-    KALTO_HOT void put(const char* text, size_t length) {
-        std::memcpy(cursor_, text, length);
-        cursor_ += length;
+    WholeText(char* cursor, char* end) : end_(end == nullptr ? cursor : end) {}
+    KALTO_HOT bool has_room(char*& cursor, ptrdiff_t size) const { return end_ - cursor >= size; }
+    KALTO_HOT static void put(char*& cursor, const char* text, size_t length) {
+        std::memcpy(cursor, text, length);
+        cursor += length;
     }
+
+  private:
+    char* end_;
+};
+
+// Where it goes when it is handed on in pieces: there is always room, and the window moves for it.
+class MovingWindow {
+  public:
+    explicit MovingWindow(TextWindow& window) : window_(&window), end_(window.end()) {}
+    KALTO_HOT bool has_room(char*& cursor, ptrdiff_t size) const {
+        if (end_ - cursor < size)
+            cursor = window_->hand_on(cursor);
+        return true;
+    }
+    KALTO_HOT void put(char*& cursor, const char* text, size_t length) const {
+        if (static_cast<size_t>(end_ - cursor) < length) {
+            cursor = window_->put(cursor, text, length);
+            return;
+        }
+        std::memcpy(cursor, text, length);
+        cursor += length;
+    }
+
+  private:
+    TextWindow* window_;
+    char* end_;
+};
+
+template <class Room> class CopierInto {
+  public:
+    CopierInto(CVurlDOM* dom, char* cursor, Room room)
+        : block_(dom->m_pStringPool), cursor_(cursor), room_(room) {}
+    char* cursor() const { return cursor_; }
+    KALTO_HOT void put(const char* text, size_t length) { room_.put(cursor_, text, length); }
     KALTO_HOT void padded(const char* text, size_t length) {
         if (length > 16 || !has_room(16)) {
             put(text, length);
@@ -225,7 +260,7 @@ class Copier {
         }
         if (*text == '\0')
             return text;
-        Copier outside = *this; // so that this one has no address and can stay in registers
+        CopierInto outside = *this; // so that this one has no address and can stay in registers
         text = outside.marked(text);
         *this = outside;
         return text;
@@ -233,6 +268,7 @@ class Copier {
 
   private:
     static constexpr ptrdiff_t kRoomForBlock = (sizeof "&quot;" + 1) * kBlockSize;
+    static_assert(kRoomForBlock <= kLeastWindow);
 
     // The rest of a text from a character on that is to be replaced. Others are likely to follow, at places
     // that nobody can predict: all those of a block are found before the first is replaced.
@@ -263,12 +299,14 @@ class Copier {
         copy_run(cursor_, text, static_cast<size_t>(end - text));
         cursor_ += end - text;
     }
-    bool has_room(ptrdiff_t size) const { return end_ - cursor_ >= size; }
+    KALTO_HOT bool has_room(ptrdiff_t size) { return room_.has_room(cursor_, size); }
 
     StringBlock block_;
     char* cursor_;
-    char* end_;
+    Room room_;
 };
+using Copier = CopierInto<WholeText>;
+using Streamer = CopierInto<MovingWindow>;
 
 class Selected {
   public:

@@ -8,6 +8,7 @@
 using kalto::Copier;
 using kalto::Counter;
 using kalto::Selected;
+using kalto::Streamer;
 
 namespace {
 
@@ -156,11 +157,21 @@ void count(CVurlDOM* dom) {
 }
 
 void copy(CVurlDOM* dom, char* buffer_end) {
-    const Copier sink = put_document(Copier(dom, buffer_end), *dom);
+    char* const cursor = dom->m_pOutputCursor;
+    const Copier sink = put_document(Copier(dom, cursor, {cursor, buffer_end}), *dom);
     dom->m_pOutputCursor = sink.cursor();
 }
 
 } // namespace
+
+bool kalto::stream_text(CVurlDOM* dom, TextReceiver& receiver, char* window, size_t size) {
+    if (dom->m_pRoot == nullptr)
+        return false;
+    TextWindow pieces(receiver, window, size);
+    const Streamer sink = put_document(Streamer(dom, window, MovingWindow(pieces)), *dom);
+    pieces.hand_on(sink.cursor());
+    return pieces.is_wanted();
+}
 
 char* CVurlDOM::WriteDoc(unsigned* pSize, unsigned reserve) {
     std::free(m_pDocBuffer);

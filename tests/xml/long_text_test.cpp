@@ -1,6 +1,7 @@
 // Long texts are scanned and written many bytes at a time. Whatever is where in them, the results are those
 // of the ways that go byte by byte: CVurlDOM::ParseXMLData, and a sink that an application has selected.
 #include "tests/xml/tree_text.h"
+#include "xml/text_stream.h"
 #include <random>
 #include <vector>
 
@@ -76,6 +77,46 @@ TEST(LongText, IsWrittenAsToASelectedSink) {
         const char* const data = dom.m_pRoot->pszData;
         const std::string element = data == nullptr ? "<a/>" : "<a>" + collector.written(data) + "</a>";
         ASSERT_EQ(written(&dom), element) << document;
+    }
+}
+
+class Pieces : public kalto::TextReceiver {
+  public:
+    explicit Pieces(size_t most) : most_(most) {}
+    virtual ~Pieces() = default;
+    bool take(const char* text, size_t length) override {
+        whole_.append(text, length);
+        return most_-- > 0;
+    }
+    const std::string& whole() const { return whole_; }
+
+  private:
+    size_t most_;
+    std::string whole_;
+};
+
+// Wherever the end of the window falls, and also for strings that do not lie in the document's memory.
+TEST(LongText, IsHandedOnInPiecesAsItIsWritten) {
+    std::mt19937 random(9);
+    const std::vector<std::string> pieces = {"&lt;", "&gt;",  "&amp;",        "&quot;",
+                                             "'",    "&lt;!", "<![CDATA[x]]>"};
+    const std::string outside(3000, 'o');
+    for (int round = 0; round < 1000; ++round) {
+        std::string document = "\n<r>";
+        for (auto count = random() % 40; count > 0; --count)
+            document += "\n <e v=\"" + random_text(random, {"&amp;", "&quot;", "&lt;"}) + "\"><x>" +
+                        random_text(random, pieces) + "</x>\n</e>";
+        Document dom(document + "</r>");
+        if (round % 2 != 0)
+            dom.m_pRoot->pszTagName = outside.c_str() + random() % outside.size();
+        const std::vector<char>::size_type size = kalto::kLeastWindow + random() % 100;
+        std::vector<char> window(size); // of its own, so that a step beyond its end is seen
+        Pieces all(SIZE_MAX);
+        ASSERT_TRUE(kalto::stream_text(&dom, all, window.data(), size));
+        ASSERT_EQ(all.whole(), dom.WriteDoc(nullptr, 0)) << document;
+        Pieces none(0);
+        ASSERT_FALSE(kalto::stream_text(&dom, none, window.data(), size));
+        ASSERT_LE(none.whole().size(), size) << "went on after a refusal";
     }
 }
 
