@@ -1,9 +1,12 @@
-// Moving "registry.xml.new" into place: verify, make its time later than that of the file it replaces,
+// Moving "registry.xml.new" into place: verify, sync, make its time later than that of the file it replaces,
 // rename, sync the folder. Called with the registry lock held, by a save and by a load that finds what a
 // killed process left.
+//
+// The file is verified as the system's cache holds it, while the disk is still writing. Only the rename needs
+// both the verdict and the sync behind it; a process killed in between leaves a file that the next load
+// verifies and syncs anew.
 #include "registry/pending_file.h"
 
-#include "registry/store.h"
 #include "xml/well_formed.h"
 #include <cerrno>
 #include <fcntl.h>
@@ -20,7 +23,7 @@ enum class Verdict { whole, broken, no_memory };
 // Reads the file into the verifying document's own buffer. Its tree is not needed: a save must get by with
 // little memory beside that of the registry itself.
 Verdict parse_file(CRegVurlDOM& document, int fd, unsigned size) {
-    char* buffer = document.CreateDocBuffer(size);
+    char* buffer = create_text_buffer(&document, size);
     if (buffer == nullptr)
         return Verdict::no_memory;
     const long got = read_file(fd, buffer, size);
@@ -33,22 +36,20 @@ Verdict parse_file(CRegVurlDOM& document, int fd, unsigned size) {
 void sync_folder(std::string path) {
     path.resize(path.rfind('/'));
     const Descriptor folder(open_file(path.c_str(), O_RDONLY | O_DIRECTORY));
-    int result = folder.get() == -1 ? -1 : 0;
-    while (result == 0 && (result = fsync(folder.get())) != 0 && errno == EINTR)
-        result = 0;
     // Not every file system can sync a folder; the new file is in place all the same.
-    if (result != 0 && errno != EINVAL)
+    if ((folder.get() == -1 || !sync_file(folder.get())) && errno != EINVAL)
         syslog(LOG_ERR, "failed to sync folder %s", path.c_str());
 }
 
 // Moves the verified file over the old one. The rename alone replaces it, so that at no instant there is
 // none.
-bool move_into_place(const std::string& pending, const struct stat& status) {
+bool move_into_place(const std::string& pending) {
     std::string path;
+    struct stat status;
     struct stat replaced;
     if (!store_path(kRegistryFile, path))
         return false;
-    if (file_status(path.c_str(), replaced))
+    if (file_status(path.c_str(), replaced) && file_status(pending.c_str(), status))
         make_later(pending.c_str(), status, replaced);
     if (rename(pending.c_str(), path.c_str()) != 0) {
         syslog(LOG_ERR, "MoveTmpRegistry: rename failed %i", errno);
@@ -77,6 +78,18 @@ void make_later(const char* path, struct stat status, const struct stat& than) {
         if (utimensat(AT_FDCWD, path, times, 0) != 0 || !file_status(path, status))
             return;
     }
+}
+
+bool settle_pending_file(const std::string& pending, Descriptor& written) {
+    const bool whole = VerifyRegistry(pending.c_str()) != 0;
+    const bool synced = whole && sync_file(written.get());
+    const bool stored = written.close() == 0 && synced;
+    if (stored)
+        return move_into_place(pending);
+    if (whole)
+        syslog(LOG_ERR, "failed to write XML file %s", pending.c_str());
+    unlink(pending.c_str());
+    return false;
 }
 
 } // namespace kalto
@@ -116,9 +129,6 @@ int MoveTmpRegistry(void) {
             syslog(LOG_ERR, "MoveTmpRegistry: stat failed %i", errno);
         return 0;
     }
-    if (VerifyRegistry(pending.c_str()) == 0) {
-        unlink(pending.c_str());
-        return 0;
-    }
-    return kalto::move_into_place(pending, status) ? 1 : 0;
+    kalto::Descriptor file(kalto::open_file(pending.c_str(), O_RDONLY));
+    return kalto::settle_pending_file(pending, file) ? 1 : 0;
 }

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <kalto/registry.h>
 #include <new>
+#include <pthread.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -140,19 +141,35 @@ long read_file(int fd, char* buffer, size_t size) {
     return static_cast<long>(done);
 }
 
-long write_file(int fd, const char* text, size_t size) {
+bool write_file(int fd, const char* text, size_t size) {
     size_t done = 0;
     while (done < size) {
         const ssize_t put = write(fd, text + done, size - done);
         if (put > 0)
             done += static_cast<size_t>(put);
         else if (put == 0 || errno != EINTR)
-            return static_cast<long>(done);
+            return false;
     }
-    while (fsync(fd) != 0)
-        if (errno != EINTR)
-            return -1;
-    return static_cast<long>(done);
+    return true;
+}
+
+// Where the system cannot do it, the sync does it all. But the sync may not repeat what failed already. The
+// call is a cancellation point that not every C library can unwind, and the lock must be given back.
+bool start_writing_back(int fd) {
+    int cancellation = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellation);
+    const bool started = sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE) == 0 ||
+                         (errno != EIO && errno != ENOSPC && errno != EDQUOT);
+    pthread_setcancelstate(cancellation, nullptr);
+    return started;
+}
+
+bool sync_file(int fd) {
+    int result = 0;
+    do
+        result = fsync(fd);
+    while (result != 0 && errno == EINTR);
+    return result == 0;
 }
 
 int Descriptor::release() {

@@ -61,8 +61,11 @@ bool file_status(int fd, struct stat& status);
 int open_file(const char* path, int flags);
 // Reads up to size bytes into the buffer, all of them unless the file ends first. -1 on failure.
 long read_file(int fd, char* buffer, size_t size);
-// Writes and syncs all of it. The number of bytes written; -1 when all were written but could not be synced.
-long write_file(int fd, const char* text, size_t size);
+// Writes all of it. False when the disk is full or fails.
+bool write_file(int fd, const char* text, size_t size);
+// Makes the disk begin with what was written, without waiting for it. False only when it fails.
+bool start_writing_back(int fd);
+bool sync_file(int fd);
 
 // Owns a descriptor. Closing may cancel the thread, so the destructor must let that pass.
 class Descriptor {

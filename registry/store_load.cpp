@@ -4,7 +4,6 @@
 #include "registry/pending_file.h"
 #include "registry/sibling_index.h"
 #include "registry/skeleton.h"
-#include "registry/store.h"
 #include <cerrno>
 #include <fcntl.h>
 #include <kalto/errors.h>
@@ -44,7 +43,7 @@ Step create_skeleton(const char* path) {
         syslog(LOG_ERR, "reg file open error for %s", path);
         return Step::not_found;
     }
-    const bool written = write_file(file.get(), kSkeleton, kSkeletonSize) == static_cast<long>(kSkeletonSize);
+    const bool written = write_file(file.get(), kSkeleton, kSkeletonSize) && sync_file(file.get());
     if (file.close() != 0 || !written) {
         syslog(LOG_ERR, "failed to write XML file %s", path);
         unlink(path);

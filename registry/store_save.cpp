@@ -4,9 +4,9 @@
 // The old registry stays in place until the new one is written, synced and parsed again. A save that fails
 // keeps the document marked as changed, and the next cycle's end tries again.
 #include "registry/open_keys.h"
+#include "registry/pending_file.h"
 #include "registry/sibling_index.h"
-#include "registry/store.h"
-#include <cstdlib>
+#include "xml/text_stream.h"
 #include <fcntl.h>
 #include <kalto/registry.h>
 #include <string>
@@ -45,8 +45,19 @@ void purge() {
     g_regDeletions = false;
 }
 
-// Whether the text is in the pending file, safely, for MoveTmpRegistry to verify and move.
-bool write_pending_file(const char* text, unsigned length) {
+class FileReceiver final : public TextReceiver {
+  public:
+    explicit FileReceiver(int fd) : fd_(fd) {}
+    bool take(const char* text, size_t length) override { return write_file(fd_, text, length); }
+
+  private:
+    int fd_;
+};
+
+// Guarded by the registry lock.
+char g_window[64 * 1024];
+
+bool write_document() {
     std::string path;
     if (!store_path(kPendingFile, path))
         return false;
@@ -55,30 +66,18 @@ bool write_pending_file(const char* text, unsigned length) {
         syslog(LOG_ERR, "failed to open new XML file %s", path.c_str());
         return false;
     }
-    const long written = write_file(file.get(), text, length);
-    if (file.close() == 0 && written == static_cast<long>(length))
-        return true;
+    FileReceiver receiver(file.get());
+    const bool written = stream_text(g_pVurlDOM, receiver, g_window, sizeof g_window);
+    // The disk works while the file is verified, and has not much left to do when it must be synced.
+    if (written && start_writing_back(file.get()))
+        return settle_pending_file(path, file);
     syslog(LOG_ERR, "failed to write XML file %s", path.c_str());
-    // What cannot be synced must not replace anything, though it may well parse.
-    if (written < 0 || written == static_cast<long>(length))
+    // What the disk may not have must not replace anything, though it may well parse.
+    if (written)
         unlink(path.c_str());
     else
         MoveTmpRegistry();
     return false;
-}
-
-bool write_document() {
-    unsigned length = 0;
-    const char* text = g_pVurlDOM->WriteDoc(&length, 0);
-    if (text == nullptr) {
-        syslog(LOG_ERR, "failed to generate the registry text");
-        return false;
-    }
-    const bool written = write_pending_file(text, length);
-    // The file has the text now, and verifying it needs as much memory again.
-    free(g_pVurlDOM->m_pDocBuffer);
-    g_pVurlDOM->m_pDocBuffer = nullptr;
-    return written && MoveTmpRegistry() != 0;
 }
 
 // So that this process does not take its own save for a change from outside.

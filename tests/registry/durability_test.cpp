@@ -15,9 +15,11 @@ namespace {
 class Durability : public Sandbox {
   protected:
     Durability() { start_over(); }
+    // So long that a save takes several writes.
     void start_over() const {
         write_registry("<k Name='HKEY_LOCAL_MACHINE'>\n<v Name='kept' value='1' type='REG_DWORD'/>\n"
-                       "<v Name='n' value='1' type='REG_DWORD'/>\n</k>");
+                       "<v Name='n' value='1' type='REG_DWORD'/>\n<v Name='z' value='" +
+                       std::string(150000, 'z') + "' type='REG_SZ'/>\n</k>");
         // A time to come: every save must then also move its own file's time.
         set_time(time(nullptr) + 1000, 0);
     }
@@ -66,6 +68,20 @@ TEST_F(Durability, KilledAtAnyCallTheRegistryIsOldOrNew) {
         value = read_back;
     });
     EXPECT_GT(calls, 15) << "the faults did not reach the store's calls";
+}
+
+// A power cut may take away whatever was not synced: the text before it replaces anything, the change of
+// names after it.
+TEST_F(Durability, SyncsTheFileBeforeItIsRenamedAndTheFolderAfter) {
+    inject(Fault::none, 0);
+    write_number(L"n", 2);
+    heal();
+    EXPECT_EQ(g_faults.writes, "open write write write sync_file_range fsync utimensat rename fsync ");
+    ASSERT_EQ(rename(path().c_str(), path(kPending).c_str()), 0);
+    inject(Fault::none, 0);
+    EXPECT_EQ(MoveTmpRegistry(), 1);
+    heal();
+    EXPECT_EQ(g_faults.writes, "fsync rename fsync ") << "what a killed process left";
 }
 
 TEST_F(Durability, FaultAtAnyCallLeavesAWholeRegistryAndALaterSaveSucceeds) {

@@ -13,7 +13,7 @@
 Faults g_faults;
 
 void inject(Fault fault, int at, int error) {
-    g_faults = {true, fault, error, at, 0};
+    g_faults = {true, fault, error, at, 0, ""};
 }
 
 bool heal() {
@@ -26,9 +26,11 @@ namespace {
 enum class Call { reads, writes };
 
 // Counts a call; true when it is to fail, with errno set.
-bool hit(Call call, bool waits = true) {
+bool hit(const char* name, Call call, bool waits = true) {
     if (!g_faults.armed)
         return false;
+    if (call == Call::writes)
+        g_faults.writes.append(name).append(" ");
     const bool now = ++g_faults.count == g_faults.at;
     if (now && g_faults.fault == Fault::kill)
         raise(SIGKILL);
@@ -52,7 +54,7 @@ template <typename Function> Function* real(const char* name, Function* /*type*/
 // A function in front of the C library's, which counts and does nothing else.
 #define COUNTED(call, waits, result, name, parameters, ...)                                                  \
     INTERPOSED result name parameters {                                                                      \
-        return hit(call, waits) ? -1 : REAL(name)(__VA_ARGS__);                                              \
+        return hit(#name, call, waits) ? -1 : REAL(name)(__VA_ARGS__);                                       \
     }
 
 INTERPOSED int open(const char* path, int flags, ...) {
@@ -60,12 +62,13 @@ INTERPOSED int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const auto mode = va_arg(arguments, mode_t);
     va_end(arguments);
-    return hit((flags & O_CREAT) != 0 ? Call::writes : Call::reads) ? -1 : REAL(open)(path, flags, mode);
+    return hit("open", (flags & O_CREAT) != 0 ? Call::writes : Call::reads) ? -1
+                                                                            : REAL(open)(path, flags, mode);
 }
 
 INTERPOSED int close(int fd) {
     // What failing would leave open is closed all the same, as the system does it.
-    const bool fails = hit(Call::reads);
+    const bool fails = hit("close", Call::reads);
     const int error = errno;
     const int result = REAL(close)(fd);
     errno = fails ? error : errno;
@@ -73,7 +76,7 @@ INTERPOSED int close(int fd) {
 }
 
 INTERPOSED ssize_t write(int fd, const void* buffer, size_t size) {
-    if (hit(Call::writes))
+    if (hit("write", Call::writes))
         return -1;
     const bool half = g_faults.armed && g_faults.fault == Fault::half && g_faults.count == g_faults.at;
     return REAL(write)(fd, buffer, half ? size / 2 : size);
@@ -84,6 +87,8 @@ COUNTED(Call::reads, false, int, stat, (const char* path, struct stat* status) n
 COUNTED(Call::reads, false, int, fstat, (int fd, struct stat* status) noexcept, fd, status)
 COUNTED(Call::reads, true, int, sem_wait, (sem_t * semaphore), semaphore)
 COUNTED(Call::writes, true, int, fsync, (int fd), fd)
+COUNTED(Call::writes, true, int, sync_file_range, (int fd, off64_t from, off64_t size, unsigned flags), fd,
+        from, size, flags)
 COUNTED(Call::writes, false, int, rename, (const char* from, const char* to) noexcept, from, to)
 COUNTED(Call::writes, false, int, unlink, (const char* path) noexcept, path)
 COUNTED(Call::writes, false, int, utimensat,

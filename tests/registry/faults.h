@@ -2,6 +2,8 @@
 #ifndef KALTO_TESTS_REGISTRY_FAULTS_H
 #define KALTO_TESTS_REGISTRY_FAULTS_H
 
+#include <string>
+
 enum class Fault {
     none,         // only count
     kill,         // end the process as a power cut would
@@ -16,8 +18,9 @@ struct Faults {
     bool armed;
     Fault fault;
     int error;
-    int at;    // the number of the call that is hit, from 1
-    int count; // calls so far
+    int at;             // the number of the call that is hit, from 1
+    int count;          // calls so far
+    std::string writes; // the names of those that write, a blank behind each
 };
 extern Faults g_faults;
 
