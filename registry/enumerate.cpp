@@ -8,7 +8,6 @@
 #include <cstring>
 #include <kalto/errors.h>
 #include <kalto/registry.h>
-#include <string>
 
 namespace kalto {
 namespace {
@@ -44,11 +43,8 @@ LONG copy_name(const CVurlNode* node, LPWSTR name, DWORD* length) {
     const size_t bytes = strlen(stored);
     if (name == nullptr || length == nullptr || bytes >= *length)
         return ERROR_INVALID_PARAMETER;
-    std::wstring wide;
-    if (!to_wide(stored, wide))
+    if (!widen_into(stored, name, bytes + 1))
         return ERROR_REGISTRY_IO_FAILED;
-    memset(name, 0, (bytes + 1) * sizeof(wchar_t));
-    std::copy(wide.begin(), wide.end(), name);
     *length = static_cast<DWORD>(bytes);
     return ERROR_SUCCESS;
 }

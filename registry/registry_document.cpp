@@ -9,9 +9,18 @@
 
 namespace kalto {
 
+namespace {
+
+bool is_letter(const char* tag, char lower_case) {
+    return (tag[0] | 0x20) == lower_case && tag[1] == '\0';
+}
+
+} // namespace
+
+// Most names differ in their first letter.
 const char* attribute_of(const CVurlNode* node, const char* name) {
     for (const CVurlAttribute* a = node->pFirstAttribute; a != nullptr; a = a->pNext)
-        if (strcmp(a->pszName, name) == 0)
+        if (a->pszName[0] == name[0] && strcmp(a->pszName, name) == 0)
             return a->pszValue;
     return nullptr;
 }
@@ -22,11 +31,11 @@ const char* name_of(const CVurlNode* node) {
 }
 
 bool is_key(const CVurlNode* node) {
-    return strcasecmp(node->pszTagName, kKeyTag) == 0;
+    return is_letter(node->pszTagName, kKeyTag[0]);
 }
 
 bool is_value(const CVurlNode* node) {
-    return strcasecmp(node->pszTagName, kValueTag) == 0;
+    return is_letter(node->pszTagName, kValueTag[0]);
 }
 
 int compare(const CVurlNode* node, const char* tag, const char* name) {

@@ -26,15 +26,8 @@ constexpr size_t kCharsPerByte = 3; // two digits and a blank
 LONG decode_string(const char* text, BYTE* data, DWORD* size) {
     const DWORD given = *size;
     const auto required = static_cast<DWORD>((strlen(text) + 1) * kCharSize);
-    if (given >= kCharSize && data != nullptr) {
-        std::wstring wide;
-        if (!to_wide(text, wide))
-            return ERROR_REGISTRY_IO_FAILED;
-        const size_t room = given / kCharSize;
-        const size_t copied = std::min(wide.size(), room);
-        memcpy(data, wide.data(), copied * kCharSize);
-        memset(data + copied * kCharSize, 0, (room - copied) * kCharSize);
-    }
+    if (given >= kCharSize && data != nullptr && !widen_into(text, data, given / kCharSize))
+        return ERROR_REGISTRY_IO_FAILED;
     *size = required;
     // Deliberate: a size of 0 without a buffer is too small as well; callers that only ask for the size
     // expect 90.

@@ -149,6 +149,14 @@ template <typename To, typename From> bool convert_whole(const From* source, std
     }
 }
 
+// Whether each byte of the text is a character of its own number.
+bool is_plain(const char* text, size_t length) {
+    bool plain = true;
+    for (size_t i = 0; i < length; ++i)
+        plain &= is_ascii_text(text[i]);
+    return plain && ascii_stays_itself();
+}
+
 bool is_pair(const wchar_t* text) {
     return text[0] >= 0xD800 && text[0] <= 0xDBFF && text[1] >= 0xDC00 && text[1] <= 0xDFFF;
 }
@@ -192,6 +200,27 @@ bool to_narrow(const wchar_t* wide, std::string& out) {
 
 bool to_wide(const char* narrow, std::wstring& out) {
     return convert_whole(narrow, out);
+}
+
+// Most names and values are plain: they need neither memory nor the C library.
+bool widen_into(const char* narrow, void* out, size_t room) {
+    auto* const bytes = static_cast<char*>(out);
+    size_t count = std::strlen(narrow);
+    if (is_plain(narrow, count)) {
+        count = std::min(count, room);
+        for (size_t i = 0; i < count; ++i) {
+            const auto c = static_cast<wchar_t>(narrow[i]);
+            std::memcpy(bytes + i * sizeof c, &c, sizeof c);
+        }
+    } else {
+        std::wstring wide;
+        if (!to_wide(narrow, wide))
+            return false;
+        count = std::min(wide.size(), room);
+        std::memcpy(bytes, wide.data(), count * sizeof(wchar_t));
+    }
+    std::memset(bytes + count * sizeof(wchar_t), 0, (room - count) * sizeof(wchar_t));
+    return true;
 }
 
 bool to_path(const wchar_t* wide, std::string& out) {

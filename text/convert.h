@@ -15,6 +15,10 @@ namespace kalto {
 bool to_narrow(const wchar_t* wide, std::string& out);
 bool to_wide(const char* narrow, std::wstring& out);
 
+// Converts the text as to_wide does and copies of the result what fits `room` characters to out, which need
+// not be aligned; what is left of the room is zeroed. False, with nothing written, when to_wide fails.
+bool widen_into(const char* narrow, void* out, size_t room);
+
 // to_narrow with every backslash turned into a slash: what the system gets to see of a path. The turning is
 // done on the wide text, because in some encodings a byte of another character looks like a backslash.
 bool to_path(const wchar_t* wide, std::string& out);
