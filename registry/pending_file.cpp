@@ -68,13 +68,11 @@ void make_later(const char* path, struct stat status, const struct stat& than) {
     for (const struct timespec& unit : kUnits) {
         if (is_later(status, than))
             return;
-        struct timespec times[2] = {{0, UTIME_OMIT}, than.st_mtim};
-        times[1].tv_sec += unit.tv_sec;
-        times[1].tv_nsec += unit.tv_nsec;
-        if (times[1].tv_nsec >= kNanosecondsPerSecond) {
-            times[1].tv_nsec -= kNanosecondsPerSecond;
-            ++times[1].tv_sec;
-        }
+        const long nanoseconds = than.st_mtim.tv_nsec + unit.tv_nsec;
+        const time_t seconds = unit.tv_sec + nanoseconds / kNanosecondsPerSecond;
+        struct timespec times[2] = {{0, UTIME_OMIT}, {0, nanoseconds % kNanosecondsPerSecond}};
+        if (__builtin_add_overflow(than.st_mtim.tv_sec, seconds, &times[1].tv_sec))
+            return; // there is nothing later
         if (utimensat(AT_FDCWD, path, times, 0) != 0 || !file_status(path, status))
             return;
     }

@@ -53,6 +53,13 @@ bool narrow_status(const struct stat64& large, struct stat& status) {
     return false;
 }
 
+// Dates a file anew whose time the platform cannot express (a clock was wrong once): no process of such a
+// platform can have seen it with that time.
+bool bring_to_present(const char* path) {
+    syslog(LOG_ERR, "time of file %s is out of range, set to the present", path);
+    return utimensat(AT_FDCWD, path, nullptr, 0) == 0;
+}
+
 } // namespace
 
 CRegVurlDOM* g_pVurlDOM = nullptr;
@@ -109,8 +116,14 @@ bool store_path(const char* name, std::string& out) {
 
 bool file_status(const char* path, struct stat& status) {
     struct stat64 large;
-    return stat(path, &status) == 0 ||
-           (errno == EOVERFLOW && stat64(path, &large) == 0 && narrow_status(large, status));
+    if (stat(path, &status) == 0)
+        return true;
+    if (errno != EOVERFLOW)
+        return false;
+    if (stat64(path, &large) != 0 &&
+        (errno != EOVERFLOW || !bring_to_present(path) || stat64(path, &large) != 0))
+        return false;
+    return narrow_status(large, status);
 }
 
 bool file_status(int fd, struct stat& status) {

@@ -53,7 +53,7 @@ bool is_later(const struct stat& status, const struct stat& than);
 bool store_path(const char* name, std::string& out);
 
 // stat and fstat, also for files whose inode number does not fit the 32-bit target's struct stat (it is cut
-// then). False with errno on failure.
+// then); the first dates a file anew whose time does not fit it. False with errno on failure.
 bool file_status(const char* path, struct stat& status);
 bool file_status(int fd, struct stat& status);
 

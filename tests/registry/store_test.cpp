@@ -1,5 +1,6 @@
 // The registry file: made, loaded, reloaded, replaced, and saved.
 #include "sandbox.h"
+#include "tests/fs/times.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -103,6 +104,18 @@ TEST_F(Store, WhatIsInUseIsNotReplacedByWhatOthersSaved) {
     const std::string before = read();
     EXPECT_EQ(set_number(HKEY_LOCAL_MACHINE, L"n", 4), 0);
     EXPECT_EQ(read(), before) << "below zero is not zero";
+}
+
+// A clock was wrong once: what the platform's times cannot express must not lock everybody out.
+TEST_F(Store, FileFromAfterTheEndOfTimeIsReadAndSaved) {
+    write_outside(*this, 1, 1000, 0);
+    if (!set_times(path(), 2300000000, 2300000000))
+        GTEST_SKIP() << "the system has no such times";
+    EXPECT_EQ(get_number(HKEY_LOCAL_MACHINE, L"n"), 1);
+    EXPECT_EQ(set_number(HKEY_LOCAL_MACHINE, L"n", 2), 0);
+    EXPECT_EQ(in_child([] { return static_cast<int>(get_number(HKEY_LOCAL_MACHINE, L"n")); }), 2);
+    const std::string told = "3: time of file " + path() + " is out of range, set to the present";
+    EXPECT_EQ(g_log, std::vector<std::string>(sizeof(time_t) == 4 ? 1 : 0, told));
 }
 
 TEST_F(Store, SavedFileIsLaterThanTheOneItReplaces) {
