@@ -86,6 +86,7 @@ TEST_F(Kaltoreg, ExportIsReadBackEqualInBothEncodings) {
     EXPECT_EQ(RegSetValueEx(key, L"none", 0, REG_BINARY, nullptr, 0), 0);
     RegCloseKey(key);
     const std::string exported = out({"export", "HKLM\\x"});
+    EXPECT_NE(exported.find("\"lines\"=hex(1):6f,00,"), std::string::npos) << exported;
     const kaltoreg::Streams file{fopen(path("utf16.reg").c_str(), "wb"), stderr};
     EXPECT_EQ(kaltoreg::run({"--sandbox", directory, "export", "--utf16", "HKLM\\x"}, file), 0);
     fclose(file.out);
