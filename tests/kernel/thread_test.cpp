@@ -61,29 +61,13 @@ TEST(Thread, RunsWithItsParameterAndEndsSignalledWithTheCodeOfExitThreadOrZero) 
     }
 }
 
-TEST(Thread, IsStillActiveWhileItRunsAlsoWhenSomebodyWaitsForItsEnd) {
-    const Handle go(make_event(true));
-    const Handle thread(start(
-        [](LPVOID event) -> DWORD {
-            pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
-            return wait_for_the_event(event);
-        },
-        go));
-    until_pinned(go);
-    Sleeper terminator([&] { return static_cast<DWORD>(TerminateThread(thread, 0)); });
-    until_pinned(thread);
-    EXPECT_EQ(exit_code(thread), DWORD{STILL_ACTIVE});
-    SetEvent(go);
-    EXPECT_EQ(terminator.result(), DWORD{TRUE});
-    EXPECT_EQ(exit_code(thread), kNoCode) << "the termination has collected it";
-}
-
 TEST(SuspendedThread, StartsWithResumeThreadAfterFiveSeconds) {
     const Handle thread(start([](LPVOID) -> DWORD { return 7; }, nullptr, CREATE_SUSPENDED));
     timespec before{};
     timespec after{};
     clock_gettime(CLOCK_MONOTONIC, &before);
     EXPECT_EQ(WaitForSingleObject(thread, 50), WAIT_TIMEOUT);
+    EXPECT_EQ(exit_code(thread), DWORD{STILL_ACTIVE});
     EXPECT_EQ(ResumeThread(thread), 0u);
     clock_gettime(CLOCK_MONOTONIC, &after);
     EXPECT_GE((after.tv_sec - before.tv_sec) * 1000 + (after.tv_nsec - before.tv_nsec) / 1000000, 5000);
