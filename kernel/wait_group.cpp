@@ -83,12 +83,13 @@ bool WaitGroup::link_entry(GroupEntry& entry) {
         return true;
     }
     const Guard held(object->guard);
-    if (object->closed)
+    const InterlockedSection counts;
+    // Its last reference may be gone, and its release on the way: a new one would have it released twice.
+    if (object->closed || entry.record->references <= 0)
         return false;
     entry.linked = entry_of(*object, this) == nullptr;
     if (entry.linked)
         append(*object, entry);
-    const InterlockedSection counts;
     ++entry.record->references;
     if (entry.linked)
         ++object->group_waits;

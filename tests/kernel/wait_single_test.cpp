@@ -1,3 +1,4 @@
+#include "kernel/sync_object.h"
 #include "tests/kernel/sleeper.h"
 
 #include <list>
@@ -79,6 +80,18 @@ TEST(NamedEvent, IsSharedAsItIsAndRefusedOnceClosed) {
     EXPECT_EQ(blocked.result(), WAIT_FAILED) << "nobody can signal it any more";
     EXPECT_FALSE(SetEvent(second));
     EXPECT_EQ(poll(second), WAIT_FAILED);
+    CloseHandle(second);
+}
+
+// Or it would be released twice, and freed before its other openers have closed it.
+TEST(NamedEvent, IsNotWaitedForByAGroupBetweenItsLastReferenceAndItsRelease) {
+    const HANDLE first = CreateEvent(nullptr, TRUE, FALSE, L"hatch");
+    const HANDLE second = CreateEvent(nullptr, TRUE, FALSE, L"hatch");
+    EXPECT_EQ(kalto::drop_reference(*kalto::sync_record_of(first), false), 0); // as far as a close has come
+    EXPECT_EQ(WaitForMultipleObjects(1, &second, TRUE, 1), WAIT_FAILED);
+    EXPECT_EQ(references(second), 0);
+    InterlockedIncrement(&kalto::record_of(first)->references);
+    CloseHandle(first);
     CloseHandle(second);
 }
 
