@@ -5,10 +5,9 @@
 #ifndef KALTO_XML_OUTPUT_SINKS_H
 #define KALTO_XML_OUTPUT_SINKS_H
 
-#include "xml/chunk.h"
-#include "xml/records.h"
+#include "xml/replacements.h"
+#include "xml/string_block.h"
 #include "xml/text_stream.h"
-#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -18,104 +17,6 @@ namespace kalto {
 // Both bytes are compared in one step: nobody can predict which of the replaced characters is a "<".
 inline bool may_open_section(const char* text) {
     return std::memcmp(text, "<!", 2) == 0;
-}
-
-// The pool block in which the strings of a document lie just now: what stands behind a string in it may be
-// read, so that many bytes can be looked at at once. Strings of other blocks follow one another, too. A
-// string that lies in no block is looked at byte by byte.
-class StringBlock {
-  public:
-    explicit StringBlock(const CVurlMemPool* pool) : pool_(pool) {
-        for (; pool != nullptr; pool = pool->pNext) {
-            const auto begin = reinterpret_cast<std::uintptr_t>(pool + 1);
-            lowest_ = std::min(lowest_, begin);
-            highest_ = std::max(highest_, begin + pool->nSize);
-        }
-    }
-    // A chunk and one more byte may be read at p.
-    KALTO_HOT bool holds_chunk(const char* p) {
-        return offset(p) < places_ || (lies_in_pool(p) && move_to(p));
-    }
-    // Two blocks of bytes may be read at p.
-    bool holds_blocks(const char* p) {
-        return holds_chunk(p) && places_ - offset(p) > 2 * kBlockSize - Chunk::kSize;
-    }
-
-  private:
-    std::uintptr_t offset(const char* p) const { return reinterpret_cast<std::uintptr_t>(p) - begin_; }
-    // Or between two blocks of the pool.
-    bool lies_in_pool(const char* p) const {
-        return reinterpret_cast<std::uintptr_t>(p) - lowest_ < highest_ - lowest_;
-    }
-    KALTO_HOT bool move_to(const char* p) {
-        const CVurlMemPool* const block = block_of(pool_, p);
-        if (block == nullptr)
-            return false;
-        begin_ = reinterpret_cast<std::uintptr_t>(block + 1);
-        places_ = block->nSize <= Chunk::kSize ? 0 : block->nSize - Chunk::kSize;
-        return offset(p) < places_;
-    }
-    [[gnu::noinline]] static const CVurlMemPool* block_of(const CVurlMemPool* pool, const char* p) {
-        while (pool != nullptr &&
-               reinterpret_cast<std::uintptr_t>(p) - reinterpret_cast<std::uintptr_t>(pool + 1) >=
-                   pool->nSize)
-            pool = pool->pNext;
-        return pool;
-    }
-
-    const CVurlMemPool* pool_;
-    std::uintptr_t lowest_ = UINTPTR_MAX; // of the bytes of all blocks
-    std::uintptr_t highest_ = 0;
-    std::uintptr_t begin_ = 0;
-    std::uintptr_t places_ = 0;
-};
-
-// What stands for each character in a text: an entity, or the character itself.
-class Replacements {
-  public:
-    constexpr Replacements() {
-        for (unsigned byte = 0; byte < 256; ++byte) {
-            text_[byte][0] = static_cast<char>(byte);
-            length_[byte] = 1;
-        }
-        set('&', "&amp;");
-        set('<', "&lt;");
-        set('>', "&gt;");
-        set('"', "&quot;");
-        set('\'', "&apos;");
-    }
-    using Text = char[8];
-    const Text& text(char c) const { return text_[static_cast<unsigned char>(c)]; }
-    size_t length(char c) const { return length_[static_cast<unsigned char>(c)]; }
-
-  private:
-    constexpr void set(unsigned char c, const char* text) {
-        for (length_[c] = 0; text[length_[c]] != '\0'; ++length_[c])
-            text_[c][length_[c]] = text[length_[c]];
-    }
-    Text text_[256] = {};
-    unsigned char length_[256] = {};
-};
-inline constexpr Replacements kReplacements;
-
-// How much longer the replacements make the chunk at p.
-inline size_t growth(const char* p) {
-#ifdef __SSE2__
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    const auto more = [bytes](char c, char by) {
-        return _mm_and_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)), _mm_set1_epi8(by));
-    };
-    const __m128i each = _mm_or_si128(_mm_or_si128(more('&', 4), _mm_or_si128(more('<', 3), more('>', 3))),
-                                      _mm_or_si128(more('"', 5), more('\'', 5)));
-    const __m128i sums = _mm_sad_epu8(each, _mm_setzero_si128());
-    return static_cast<size_t>(_mm_cvtsi128_si32(sums)) +
-           static_cast<size_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
-#else
-    size_t more = 0;
-    for (size_t i = 0; i < Chunk::kSize; ++i)
-        more += kReplacements.length(p[i]) - 1;
-    return more;
-#endif
 }
 
 class Counter {

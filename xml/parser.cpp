@@ -1,78 +1,20 @@
-// Parses a document's text in place: one pass, no copy, no recursion.
-//
-// Invariants while parsing:
-// 1. The text ends in a zero byte, which is never overwritten by another; the position never passes it.
-// 2. open_[0 .. depth_ - 1] are the open elements; last_ is the last element closed among the current
-//    siblings, or null.
-// 3. node_ and attribute_ belong to no element yet. Either is null when it could not be allocated, which is
-//    reported when it is needed.
+// The steps of the parser.
 //
 // The position is a local variable of parse(), handed down by reference: stores into the text could otherwise
 // change it as far as the compiler knows, and it would live in memory.
-#include "xml/chunk.h"
-#include "xml/parser_guesses.h"
-#include "xml/record_carver.h"
+#include "xml/parser.h"
 #include "xml/scanner.h"
-#include "xml/well_formed.h"
-#include <climits>
 #include <cstring>
 #include <iterator>
 
-using kalto::Chunk;
-using kalto::pool_data;
-
-namespace {
-
-constexpr unsigned kMaxDepth = 64;
-
-class Parser {
-  public:
-    // block_end is null when there is no text. Without keeping, records are used again and no tree comes out.
-    Parser(CVurlDOM* dom, const char* block_end, bool keeps)
-        : keeps_(keeps), records_(dom), node_(records_.node()), attribute_(records_.attribute()),
-          block_end_(block_end), last_chunk_(block_end == nullptr ? nullptr : block_end - 16) {}
-    // 0, or the code of the first fault; *stopped is where it was found.
-    unsigned parse(char* text, char** stopped);
-    CVurlNode* root() const { return last_; }
-    CVurlNode* spare_node() const { return node_; }
-    CVurlAttribute* spare_attribute() const { return attribute_; }
-
-  private:
-    KALTO_HOT bool text(char*& p);
-    KALTO_HOT bool skip_markup(char*& p, unsigned& error);
-    bool no_element(char** position, unsigned* error);
-    bool cdata(char** position, unsigned* error);
-    KALTO_HOT unsigned end_tag(char*& p);
-    KALTO_HOT unsigned start_tag(char*& p);
-    KALTO_HOT unsigned attributes(char*& p, signed char& stopped);
-    KALTO_HOT unsigned one_attribute(char*& p, kalto::Opening& usual);
-    [[gnu::noinline]] unsigned unusual_opening(char** position, char* quote, kalto::Opening* usual) const;
-    KALTO_HOT unsigned add_element(const char* data);
-    template <char quote> KALTO_HOT bool value(char*& p);
-    KALTO_HOT bool slow_text(char*& p, char stop, size_t* shift) const;
-    KALTO_HOT signed char name(char*& p) const;
-
-    bool keeps_;
-    kalto::RecordCarver records_;
-    CVurlNode* node_;
-    CVurlAttribute* attribute_;
-    const char* block_end_;
-    const char* last_chunk_; // where the last sixteen bytes of the text's block begin
-    kalto::Repeated gap_{'<'};
-    kalto::Opening openings_[8]; // of the first attribute, the second ... of the elements before
-    size_t shift_ = 0;           // how far the current text has moved left
-    unsigned depth_ = 0;
-    unsigned pending_ = 0;
-    CVurlNode* last_ = nullptr;
-    CVurlNode* open_[kMaxDepth] = {};
-};
+namespace kalto {
 
 unsigned Parser::parse(char* text_begin, char** stopped) {
     char* p = text_begin;
     unsigned error = 0;
     while (error == 0 && (depth_ != 0 || last_ == nullptr)) {
         if (!text(p))
-            error = kalto::kIncomplete;
+            error = kIncomplete;
         else if (*p == '/')
             error = end_tag(p);
         else if ((*p != '!' && *p != '?') || !skip_markup(p, error))
@@ -94,7 +36,7 @@ bool Parser::text(char*& p) {
     }
     char* const begin = p;
     while (p <= last_chunk_) {
-        const kalto::Flags flags = kalto::text_end(Chunk(p));
+        const Flags flags = text_end(Chunk(p));
         if (!flags.any()) {
             p += Chunk::kSize;
             continue;
@@ -111,7 +53,7 @@ bool Parser::text(char*& p) {
 
 bool Parser::slow_text(char*& p, char stop, size_t* shift) const {
     char* position = p;
-    const signed char stopped = kalto::scan_text(&position, stop, shift, block_end_);
+    const signed char stopped = scan_text(&position, stop, shift, block_end_);
     p = position;
     return stopped != 0;
 }
@@ -131,14 +73,14 @@ bool Parser::no_element(char** position, unsigned* error) {
     shift_ = 0;
     if (**position == '?') {
         size_t shift = 0;
-        kalto::scan_text(position, '>', &shift, block_end_); // an unterminated one ends the text
+        scan_text(position, '>', &shift, block_end_); // an unterminated one ends the text
         return true;
     }
     if (std::strncmp(*position, "!--", 3) != 0)
         return false;
     char* end = std::strstr(*position + 3, "-->");
     if (end == nullptr)
-        *error = kalto::kUnterminatedComment;
+        *error = kUnterminatedComment;
     else
         *position = end + 3;
     return true;
@@ -150,7 +92,7 @@ bool Parser::cdata(char** position, unsigned* error) {
     char* const begin = *position - 1;
     char* end = std::strstr(begin + 9, "]]>");
     if (end == nullptr) {
-        *error = kalto::kUnterminatedCdata;
+        *error = kUnterminatedCdata;
         return true;
     }
     *position = end + 3;
@@ -169,17 +111,17 @@ unsigned Parser::end_tag(char*& p) {
         ++name_left;
         ++p;
     }
-    const bool matches = *name_left == '\0' && kalto::ends_name(*p);
+    const bool matches = *name_left == '\0' && ends_name(*p);
     if (!matches)
         p = const_cast<char*>(written);
     if (name(p) != '>')
-        return kalto::kUnterminatedTag;
+        return kUnterminatedTag;
     ++p;
     if (element == nullptr)
-        return kalto::kUnexpectedEndTag;
+        return kUnexpectedEndTag;
     --depth_;
     if (!matches)
-        return kalto::kMismatchedEndTag;
+        return kMismatchedEndTag;
     if (last_ == nullptr && *element->pszData == '\0')
         element->pszData = nullptr;
     last_ = element;
@@ -189,7 +131,7 @@ unsigned Parser::end_tag(char*& p) {
 unsigned Parser::start_tag(char*& p) {
     shift_ = 0;
     if (node_ == nullptr)
-        return kalto::kNoMemory;
+        return kNoMemory;
     node_->pszTagName = p;
     signed char stopped = name(p);
     if (const unsigned error = attributes(p, stopped))
@@ -199,9 +141,9 @@ unsigned Parser::start_tag(char*& p) {
     if (stopped == '>')
         return add_element(++p);
     if (stopped == '\0')
-        return kalto::kUnterminatedTag;
+        return kUnterminatedTag;
     if (p[1] != '>')
-        return kalto::kInvalidTag;
+        return kInvalidTag;
     p += 2;
     return add_element(nullptr);
 }
@@ -209,22 +151,22 @@ unsigned Parser::start_tag(char*& p) {
 // A name that ends at *p, or later. Names are short and come again and again: looking at each byte is
 // predicted well, and the place of what follows need not wait for it.
 signed char Parser::name(char*& p) const {
-    while (!kalto::kEndsName[static_cast<unsigned char>(*p)])
+    while (!kEndsName[static_cast<unsigned char>(*p)])
         ++p;
     char* position = p;
-    const signed char stopped = kalto::end_name(&position);
+    const signed char stopped = end_name(&position);
     p = position;
     return stopped;
 }
 
 unsigned Parser::attributes(char*& p, signed char& stopped) {
     CVurlAttribute** tail = &node_->pFirstAttribute;
-    kalto::Opening* usual = openings_;
+    Opening* usual = openings_;
     while (stopped != '/' && stopped != '>' && stopped != '\0') {
         CVurlAttribute* const attribute = attribute_;
         *tail = nullptr;
         if (attribute == nullptr)
-            return kalto::kNoMemory;
+            return kNoMemory;
         if (const unsigned error = one_attribute(p, *usual))
             return error;
         *tail = attribute;
@@ -233,11 +175,11 @@ unsigned Parser::attributes(char*& p, signed char& stopped) {
             attribute_ = records_.attribute();
         if (attribute_ == nullptr) {
             *tail = nullptr;
-            return kalto::kNoMemory;
+            return kNoMemory;
         }
         if (usual != std::end(openings_) - 1)
             ++usual;
-        while (kalto::is_blank(*p) || static_cast<signed char>(*p) < 0)
+        while (is_blank(*p) || static_cast<signed char>(*p) < 0)
             ++p;
         stopped = static_cast<signed char>(*p);
     }
@@ -245,7 +187,7 @@ unsigned Parser::attributes(char*& p, signed char& stopped) {
     return 0;
 }
 
-unsigned Parser::one_attribute(char*& p, kalto::Opening& usual) {
+unsigned Parser::one_attribute(char*& p, Opening& usual) {
     char quote = '"';
     attribute_->pszName = p;
     if (p <= last_chunk_ && usual.stands_at(p)) {
@@ -259,24 +201,24 @@ unsigned Parser::one_attribute(char*& p, kalto::Opening& usual) {
     }
     attribute_->pszValue = p;
     const bool ends = quote == '"' ? value<'"'>(p) : value<'\''>(p);
-    return ends ? 0u : kalto::kUnterminatedAttribute;
+    return ends ? 0u : kUnterminatedAttribute;
 }
 
 // Passes over an attribute up to its value. Remembers what has been passed, to recognise the next one.
-unsigned Parser::unusual_opening(char** position, char* quote, kalto::Opening* usual) const {
+unsigned Parser::unusual_opening(char** position, char* quote, Opening* usual) const {
     char* const begin = *position;
-    while (!kalto::ends_name(**position))
+    while (!ends_name(**position))
         ++*position;
     char* const name_end = *position;
     const char behind_name = *name_end;
-    if (kalto::end_name(position) != '=')
-        return kalto::kUnterminatedAttribute;
+    if (end_name(position) != '=')
+        return kUnterminatedAttribute;
     do
         ++*position;
-    while (kalto::is_blank(**position));
+    while (is_blank(**position));
     *quote = **position;
     if (*quote != '"' && *quote != '\'')
-        return kalto::kMissingValue;
+        return kMissingValue;
     ++*position;
     if (*quote == '"' && begin <= last_chunk_)
         usual->remember(begin, name_end, behind_name, *position);
@@ -285,7 +227,7 @@ unsigned Parser::unusual_opening(char** position, char* quote, kalto::Opening* u
 
 template <char quote> bool Parser::value(char*& p) {
     while (p <= last_chunk_) {
-        const kalto::Flags flags = kalto::value_end<quote>(Chunk(p));
+        const Flags flags = value_end<quote>(Chunk(p));
         if (!flags.any()) {
             p += Chunk::kSize;
             continue;
@@ -319,73 +261,11 @@ unsigned Parser::add_element(const char* data) {
         open_[depth_++] = node;
         last_ = nullptr;
     } else if (data != nullptr) {
-        pending_ = kalto::kTooDeep;
+        pending_ = kTooDeep;
     }
     if (keeps_ || data != nullptr) // an open element's name is needed for its end tag
         node_ = records_.node();
-    return node_ == nullptr ? kalto::kNoMemory : 0u;
+    return node_ == nullptr ? kNoMemory : 0u;
 }
 
-// The text at the start of the newest string block, or null when there is none that ends in a zero byte.
-char* document_text(CVurlMemPool* block) {
-    if (block == nullptr || block->nUsed == 0)
-        return nullptr;
-    char* text = pool_data(block);
-    const bool ends = text[block->nUsed - 1] == '\0' || std::memchr(text, 0, block->nUsed) != nullptr;
-    return ends ? text : nullptr;
-}
-
-// Parses the document's own buffer and reports in its fields.
-int read_document(CVurlDOM* dom, bool keeps) {
-    char* const text = document_text(dom->m_pStringPool);
-    char* stopped = text;
-    CVurlNode* node = nullptr;
-    CVurlAttribute* attribute = nullptr;
-    unsigned error = 0;
-    dom->m_nDocSize = 0;
-    {
-        Parser parser(dom, text == nullptr ? nullptr : text + dom->m_pStringPool->nSize, keeps);
-        if (parser.spare_node() == nullptr && parser.spare_attribute() == nullptr) {
-            error = kalto::kNoMemory;
-        } else if (text == nullptr) {
-            error = kalto::kIncomplete;
-        } else {
-            dom->ScanForDocStyle(text);
-            error = parser.parse(text, &stopped);
-        }
-        node = parser.spare_node();
-        attribute = parser.spare_attribute();
-        if (error == 0 && keeps)
-            dom->m_pRoot = parser.root();
-    }
-    if (node != nullptr)
-        dom->FreeNode(node);
-    if (attribute != nullptr)
-        dom->FreeAttribute(attribute);
-    if (error == 0)
-        return 1; // Deliberate: m_nError keeps an earlier failure, which applications report later
-    dom->m_nError = error;
-    dom->m_nDocSize = static_cast<unsigned>(stopped - text);
-    return 0;
-}
-
-} // namespace
-
-int CVurlDOM::ReadDoc() {
-    return read_document(this, true);
-}
-
-bool kalto::is_well_formed(CVurlDOM* dom) {
-    return read_document(dom, false) != 0;
-}
-
-int CVurlDOM::ReadDoc(const char* text) {
-    const size_t length = std::strlen(text);
-    char* buffer = length < UINT_MAX ? CreateDocBuffer(static_cast<unsigned>(length + 1)) : nullptr;
-    if (buffer == nullptr) {
-        m_nError = kalto::kNoMemory;
-        return 0;
-    }
-    std::memcpy(buffer, text, length + 1);
-    return ReadDoc();
-}
+} // namespace kalto

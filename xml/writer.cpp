@@ -1,5 +1,6 @@
 // Turns a tree back into text: one pass that counts, one allocation, one pass that writes.
 #include "xml/output_sinks.h"
+#include "xml/records.h"
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
