@@ -84,12 +84,14 @@ TEST(NamedEvent, IsSharedAsItIsAndRefusedOnceClosed) {
 }
 
 // Or it would be released twice, and freed before its other openers have closed it.
-TEST(NamedEvent, IsNotWaitedForByAGroupBetweenItsLastReferenceAndItsRelease) {
+TEST(NamedEvent, IsNeitherOpenedNorWaitedForByAGroupBetweenItsLastReferenceAndItsRelease) {
     const HANDLE first = CreateEvent(nullptr, TRUE, FALSE, L"hatch");
     const HANDLE second = CreateEvent(nullptr, TRUE, FALSE, L"hatch");
     EXPECT_EQ(kalto::drop_reference(*kalto::sync_record_of(first), false), 0); // as far as a close has come
     EXPECT_EQ(WaitForMultipleObjects(1, &second, TRUE, 1), WAIT_FAILED);
     EXPECT_EQ(references(second), 0);
+    const Handle fresh(CreateEvent(nullptr, TRUE, FALSE, L"hatch"));
+    EXPECT_NE(HANDLE(fresh), second);
     InterlockedIncrement(&kalto::record_of(first)->references);
     CloseHandle(first);
     CloseHandle(second);
