@@ -153,11 +153,16 @@ TEST(Iterator, InsertsAtEachPlaceThatThereIs) {
     EXPECT_EQ(tree_text(dom), "r");
 }
 
-TEST(Iterator, CopiesAnElementIntoItself) {
+TEST(Iterator, CopiesAnElementIntoItselfAndIntoAnotherDocument) {
     Document dom("<r><a i='1'><b>t</b></a></r>");
     EXPECT_EQ(at(&dom, {0}).InsertCopyOfElement(at(&dom), VURL_LAST_CHILD), 1);
     EXPECT_EQ(at(&dom, {0, 1, 0, 0}).GetData(), at(&dom, {0, 0}).GetData()) << "strings are shared";
     EXPECT_EQ(tree_text(dom), "r(a[i=1](b't',r(a[i=1](b't'))))");
+    Document other("<s/>");
+    CVurlIterator copy = at(&other);
+    EXPECT_EQ(copy.InsertCopyOfElement(at(&dom, {0}), VURL_LAST_CHILD), 1);
+    EXPECT_EQ(tree_text(other), "s(a[i=1](b't',r(a[i=1](b't'))))");
+    EXPECT_NE(at(&other, {0, 0}).GetData(), at(&dom, {0, 0}).GetData()) << "not with another document";
 }
 
 TEST(ElementList, KeepsFirstFoundOrderWithoutDuplicates) {

@@ -103,9 +103,11 @@ TEST_F(XPathEvaluation, SelectsInTheOrderOfItsWalkAndLeavesTheContextWhereThatEn
         EXPECT_EQ(ids(list.get()), c.selected) << c.expression;
         EXPECT_EQ(document.m_nXPathError, *c.selected ? 0U : 4U) << c.expression;
         EXPECT_STREQ(context.GetAttribute("i"), c.moved_to ? c.moved_to : c.context) << c.expression;
-        EXPECT_EQ(find(c.context).selectSingleNode(c.expression).m_pNode,
-                  list->m_pHead ? list->m_pHead->pIterator->m_pNode : nullptr)
-            << c.expression;
+        CVurlElement plain = find(c.context);
+        const CVurlIterator first = plain.selectSingleNode(c.expression);
+        EXPECT_EQ(plain.m_pNode, context.m_pNode) << c.expression;
+        EXPECT_EQ(first.m_pNode, list->m_pHead ? list->m_pHead->pIterator->m_pNode : nullptr) << c.expression;
+        EXPECT_EQ(first.m_nDepth, list->m_pHead ? list->m_pHead->pIterator->m_nDepth : 0) << c.expression;
     }
 }
 
@@ -147,6 +149,9 @@ TEST_F(XPathEvaluation, TellsAWrongExpressionFromNoMatch) {
     CVurlIterator nothing = root.selectSingleNode("z");
     EXPECT_TRUE(nothing.m_pNode == nullptr && nothing.m_pDOM == nullptr);
     EXPECT_EQ(document.m_nXPathError, 4U);
+    CVurlIterator removed = find("1");
+    removed.DeleteElement(); // and has no siblings any more
+    EXPECT_EQ(removed.selectSingleNode("following-sibling::*").m_pNode, nullptr);
     const std::unique_ptr<CVurlElementList> nowhere(CVurlElement().selectNodes("a"));
     EXPECT_EQ(nowhere->m_nCount, 0U);
 }
