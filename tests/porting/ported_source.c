@@ -74,7 +74,8 @@ static void check_formats(void) {
     CHECK(_stscanf(_T("word ]x] c nar 77"), _T("%7s %[]x] %1c %S %d"), word, set, one, narrow, &number) == 5);
     CHECK(!_tcscmp(word, _T("word")) && !_tcscmp(set, _T("]x]")) && one[0] == _T('c') &&
           !strcmp(narrow, "nar"));
-    CHECK(number == 77 && _stscanf(_T("100% 5"), _T("100%% %*[0-4]%hs"), narrow) == 0);
+    CHECK(number == 77 && _stscanf(_T("100% 4xy"), _T("100%% %*[0-4]%hs"), narrow) == 1 &&
+          !strcmp(narrow, "xy"));
     CHECK(_ttoi(_T("42")) == 42 && !strcmp(_itoa(-1, narrow, 16), "ffffffff") && !*_ltow(5, buffer, 1));
     CHECK(!_tcscmp(_itot((int)0x80000000, buffer, 10), _T("-2147483648")) &&
           !_tcscmp(_itow(0, buffer, 2), L"0"));

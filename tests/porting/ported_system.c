@@ -71,7 +71,8 @@ static unsigned __stdcall look(void* argument) {
     per_thread = 8;
     if (TryEnterCriticalSection(&shared.section))
         found |= 16;
-    if (!FAILS(ERROR_SUCCESS, TlsGetValue(shared.slot)))
+    SetLastError(5);
+    if (TlsGetValue(shared.slot) || GetLastError() != ERROR_SUCCESS)
         found |= 32;
     SetEvent(shared.looked);
     WaitForSingleObject(shared.go_on, INFINITE);

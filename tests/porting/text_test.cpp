@@ -87,16 +87,16 @@ TEST(Environment, FollowsTheBufferProtocol) {
         DWORD room, length, error;
     } cases[] = {
         {nullptr, nullptr, L"kept", 8, 0, ERROR_ENVVAR_NOT_FOUND},
-        {L"value", nullptr, L"kept", 5, 6, 0},
-        {L"value", nullptr, L"value", 6, 5, 0},
+        {L"value", nullptr, L"kept", 5, 6, 7},
+        {L"value", nullptr, L"value", 6, 5, 7},
         {L"", nullptr, L"", 8, 0, 0},
-        {L"value", L"a %KALTO_PORTING% b", L"a value b", 64, 10, 0},
-        {L"value", L"%no such%KALTO_PORTING%", L"%no suchvalue", 64, 14, 0},
-        {L"value", L"100%", L"100%", 64, 5, 0},
+        {L"value", L"a %KALTO_PORTING% b", L"a value b", 64, 10, 7},
+        {L"value", L"%no such%KALTO_PORTING%", L"%no suchvalue", 64, 14, 7},
+        {L"value", L"100%", L"100%", 64, 5, 7},
     };
     for (const auto& c : cases) {
         EXPECT_TRUE(SetEnvironmentVariable(L"KALTO_PORTING", c.set));
-        SetLastError(0);
+        SetLastError(7);
         EXPECT_EQ(c.length, c.text == nullptr ? GetEnvironmentVariable(L"KALTO_PORTING", buffer, c.room)
                                               : ExpandEnvironmentStrings(c.text, buffer, c.room));
         EXPECT_STREQ(c.result, buffer);
@@ -126,6 +126,7 @@ TEST(StreamText, SharesAStreamWithNarrowCallsInTheLocalesEncoding) {
     EXPECT_EQ(EOF, _fputts(L"\xD800", stream));
     EXPECT_EQ(WEOF, _fputtc(0xD800, stream));
     EXPECT_EQ(0u, _fputtc(0, stream));
+    EXPECT_EQ(16, ftell(stream));
     rewind(stream);
     EXPECT_EQ(L'\u00E4', static_cast<wchar_t>(_fgettc(stream)));
     wchar_t line[6];
