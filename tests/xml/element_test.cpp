@@ -202,9 +202,6 @@ TEST(ElementList, DeletesAtTheHeadInTheMiddleAndAtTheTail) {
         EXPECT_STREQ(it.GetTagName(), c.then_current);
         EXPECT_EQ(list.AtHead(), c.current < 2) << "a new head has no previous entry";
         EXPECT_EQ(names(&list), c.left);
-        for (list.Head(); list.Delete() != 0;) {
-        }
-        EXPECT_TRUE(list.m_pTail == nullptr && list.m_nCount == 0);
     }
 }
 

@@ -95,7 +95,6 @@ TEST(XPathLimits, ADocumentOfAHundredThousandLevels) {
                           {"//*", kMany + 1},
                           {"descendant::a/z", 1},
                           {"//a[z]", 1},
-                          {"//a//a//a//a//z", 1},
                           {"//a//a//a//a//nothing", 0},
                           {"//" + repeated("a/", 20) + "nothing", 0},
                           {"//" + repeated("*/../", 8) + "nothing", 0}});
@@ -132,7 +131,6 @@ TEST(XPathLimits, ExpressionsOfManyThousandSteps) {
         make_chain(document, 50);
         // Where nothing is left below, an element stands for all the rest.
         expect(document, {{repeated("a/", kMany) + "a", 1},
-                          {repeated("a/", kMany) + "nothing", 0},
                           {repeated("*", kMany), 0},
                           {repeated("//", kMany / 10) + "z", 1},
                           {repeated("..", kMany), 0},
