@@ -131,8 +131,10 @@ int SoakInTwoProcesses(unsigned seconds, long resident_bound) {
                              {"documents", DocumentsStep, 2},
                              {"text", TextStep, 2}},
                             seconds, resident_bound);
+    if (status != 0)
+        kill(second, SIGKILL); // before its files are gone
     int of_second = 1;
-    return status == 0 && waitpid(second, &of_second, 0) == second && of_second == 0 ? 0 : 1;
+    return waitpid(second, &of_second, 0) == second && of_second == 0 ? status : 1;
 }
 
 } // namespace
