@@ -57,7 +57,8 @@ TEST_F(Kaltoreg, WrongUsageIsTwoAndChangesNothing) {
         {"query"},
         {"query", "HKXX\\a"},
         {"set", "HKLM\\a", "n", "REG_DWORD", "0x100000000"},
-        {"set", "HKLM\\a", "n", "REG_DWORD", "-1"},
+        {"set", "HKLM\\a", "n", "REG_DWORD", "-18446744073709551615"}, // wraps to 1
+        {"set", "HKLM\\a", "n", "REG_DWORD", ""},
         {"set", "HKLM\\a", "n", "REG_BINARY", "1"},
         {"set", "HKLM\\a", "n", "REG_EXPAND_SZ", "x"},
         {"delete", "HKLM\\\\\\"},
