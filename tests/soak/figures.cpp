@@ -32,7 +32,7 @@ long StatusLine(const std::string& name) {
 
 long CountMappings() {
     std::ifstream maps("/proc/self/maps");
-    return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
+    return static_cast<long>(std::count(std::istreambuf_iterator<char>(maps), {}, '\n'));
 }
 
 } // namespace
