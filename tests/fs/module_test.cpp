@@ -5,6 +5,16 @@
 #include <dlfcn.h>
 #include <kalto/core.h>
 
+namespace {
+std::string long_link; // what readlink answers, when not empty
+} // namespace
+
+extern "C" KALTO_API ssize_t readlink(const char* path, char* buffer, size_t size) noexcept {
+    if (long_link.empty())
+        return readlinkat(AT_FDCWD, path, buffer, size);
+    return static_cast<ssize_t>(long_link.copy(buffer, size));
+}
+
 extern "C" KALTO_API INT_PTR symbol_of_the_program() {
     return 5;
 }
@@ -30,6 +40,7 @@ std::string loaded_from(HMODULE module) {
 }
 
 TEST(Module, IsTriedUnderEachNameInTurn) {
+    const std::string longest(248, 'n'); // "lib" and ".so" still fit a file's name
     const struct {
         Names present;
         std::wstring asked;
@@ -37,13 +48,17 @@ TEST(Module, IsTriedUnderEachNameInTurn) {
     } cases[] = {
         {{"Foo.dll", "libFoo.so", "libFoo"}, L"Foo.dll", "Foo.dll"},
         {{"libFoo.so", "libFoo"}, L"Foo.dll", "libFoo.so"},
+        {{"libFoo"}, L"Foo.dll", "libFoo"},
         {{"Foo.so", "Foo", "libFoo.dll.so"}, L"Foo.dll", ""},
-        {{"libBar.so", "libBar.Dll.so"}, L"Bar.Dll", "libBar.Dll.so"}, // neither ending
-        {{"liba.dll.DLL.so"}, L"a.dll.DLL", "liba.dll.DLL.so"},
+        {{"libBAR.so"}, L"BAR.DLL", "libBAR.so"},
+        {{"libBar.so"}, L"Bar.Dll", ""}, // neither ending
+        {{"libBar.Dll.so"}, L"Bar.Dll", "libBar.Dll.so"},
         {{"libbar"}, L"bar.so", "libbar"},
         {{"libbar.so.1"}, L"bar.so.1", "libbar.so.1"}, // ".so" occurs: none is appended
         {{"libbar.so", "liblibbar.so"}, L"libbar.dll", "libbar.so"},
         {{"liba.dll.dll.so"}, L"a.dll.dll", "liba.dll.dll.so"}, // the first occurrence counts
+        {{"liba.dll.DLL.so"}, L"a.dll.DLL", "liba.dll.DLL.so"},
+        {{"lib" + longest + ".so"}, std::wstring(248, L'n') + L".dll", "lib" + longest + ".so"},
     };
     for (const auto& c : cases) {
         const Scratch scratch;
@@ -58,9 +73,11 @@ TEST(Module, IsTriedUnderEachNameInTurn) {
 
 TEST(Module, AnExecutablesNameMeansTheRunningProgram) {
     const auto symbol = reinterpret_cast<FARPROC>(&symbol_of_the_program);
-    for (const wchar_t* name : {L"", L"x.exe.dll", L"\\no\\such.elf\\directory"}) {
+    for (const wchar_t* name : {L"", L"anything.exe", L"x.exe.dll", L"\\no\\such.elf\\directory"}) {
         HMODULE program = LoadLibrary(name);
         EXPECT_EQ(GetProcAddress(program, L"symbol_of_the_program"), symbol) << name;
+        EXPECT_EQ(GetProcAddressA(program, "symbol_of_the_program"), symbol);
+        EXPECT_EQ(GetProcAddress(program, std::wstring(1000, L's').c_str()), nullptr);
         EXPECT_EQ(GetProcAddress(program, nullptr), nullptr);
         EXPECT_EQ(GetProcAddress(program, reinterpret_cast<LPCWSTR>(std::uintptr_t{12})), nullptr);
         EXPECT_EQ(GetProcAddressA(program, nullptr), nullptr);
@@ -95,18 +112,25 @@ TEST(Module, TheStartUpHooksFindItsDllMainAndCountForTheWholeProcess) {
     FreeLibrary(plain);
 }
 
-TEST(Module, FileNameIsTheProgramsCutToTheBuffer) {
-    std::wstring name = std::filesystem::read_symlink("/proc/self/exe").wstring();
-    std::replace(name.begin(), name.end(), L'/', L'\\');
+void expect_cut_correctly(const std::wstring& name) {
     const auto length = static_cast<DWORD>(name.size());
-    for (const DWORD size : {DWORD{0}, DWORD{1}, DWORD{7}, length, length + 1}) {
+    for (const DWORD size : {DWORD{0}, DWORD{1}, DWORD{7}, length, length + 1, length + 9}) {
         std::wstring buffer(size, L'~'); // exactly as announced: the sanitizer sees any write beyond
         SetLastError(99);
+        const DWORD result = GetModuleFileName(nullptr, &buffer[0], size);
         const bool fits = length < size;
-        EXPECT_EQ(GetModuleFileName(nullptr, &buffer[0], size), fits ? length : size);
+        EXPECT_EQ(result, fits ? length : size);
         EXPECT_EQ(GetLastError(), fits ? DWORD{99} : DWORD{36});
         EXPECT_EQ(buffer.c_str(), fits ? name : name.substr(0, size == 0 ? 0 : size - 1));
     }
+}
+
+TEST(Module, FileNameIsTheProgramsCutToTheBuffer) {
+    std::wstring program = std::filesystem::read_symlink("/proc/self/exe").wstring();
+    std::replace(program.begin(), program.end(), L'/', L'\\');
+    expect_cut_correctly(program);
+    long_link = "/" + std::string(600, 'x') + "/y";
+    expect_cut_correctly(L"\\" + std::wstring(600, L'x') + L"\\y");
     EXPECT_EQ(GetModuleFileName(nullptr, nullptr, 100), ~DWORD{0});
 }
 
@@ -121,6 +145,7 @@ TEST(Version, ComesFromTheModuleOrTheFilesTimeOrTheProgram) {
         ASSERT_TRUE(set_times(scratch.path(name), changed, changed));
     VS_FIXEDFILEINFO own = {};
     ASSERT_TRUE(GetFileVersionInfo(L"\\proc\\self\\exe", 0, sizeof own, &own));
+    EXPECT_GT(own.dwFileVersionMS >> 16, DWORD{120}) << "years after 1900";
     const VS_FIXEDFILEINFO by_symbol = {0x00010002, 0x00030004, 0}, by_time = {0x007E000A, 0x000F057D, 0};
     const struct {
         std::wstring name;
@@ -129,8 +154,10 @@ TEST(Version, ComesFromTheModuleOrTheFilesTimeOrTheProgram) {
         {scratch.wide("versioned.dll"), by_symbol},
         {scratch.wide("libzero.so"), by_time},
         {scratch.wide("plain.dll"), by_time},
-        {scratch.wide("program.EXE"), by_time}, // without the ending
+        {scratch.wide("program.exe"), by_time}, // without the ending
+        {scratch.wide("program.EXE"), by_time},
         {L"\\nothing\\here.dll", own},
+        {L"", own},
     };
     setenv("TZ", "IST-5:30", 1); // the time is UTC's
     tzset();
@@ -145,13 +172,16 @@ TEST(Version, ComesFromTheModuleOrTheFilesTimeOrTheProgram) {
 
 TEST(Version, RecordsAreTwelveBytesAndHandedBack) {
     DWORD handle = 77, block[3] = {};
-    EXPECT_EQ(GetFileVersionInfoSize(nullptr, &handle), DWORD{12});
+    EXPECT_EQ(GetFileVersionInfoSize(L"any", &handle), DWORD{12});
     EXPECT_EQ(handle, DWORD{0});
+    EXPECT_EQ(GetFileVersionInfoSize(nullptr, nullptr), DWORD{12});
     void* record = nullptr;
     UINT length = 0;
-    EXPECT_TRUE(VerQueryValue(block, nullptr, &record, &length));
+    EXPECT_TRUE(VerQueryValue(block, L"\\", &record, &length));
     EXPECT_EQ(record, block);
     EXPECT_EQ(length, 12u);
+    EXPECT_TRUE(VerQueryValue(nullptr, nullptr, &record, nullptr));
+    EXPECT_EQ(record, nullptr);
     EXPECT_FALSE(VerQueryValue(block, L"\\", nullptr, &length));
 }
 

@@ -48,6 +48,36 @@ TEST(Stress, ATokenIsNeverInTwoHandsAndNeverLost) {
     }
 }
 
+TEST(Stress, WorkersTakeEveryUnitOnceAndAllOfThemStop) {
+    const Handle work(CreateSemaphore(nullptr, 0, 1000000, nullptr));
+    const Handle stop(make_event(true));
+    std::atomic<int> taken{0};
+    std::list<Sleeper> workers;
+    for (int i = 0; i < 5; ++i)
+        workers.emplace_back([&, i] {
+            const HANDLE both[] = {work, stop};
+            for (int round = i;; ++round) {
+                const DWORD ms = round % 2 == 0 ? 1 : INFINITE;
+                const DWORD result = round % 3 == 0 ? WaitForSingleObject(work, 1)
+                                                    : WaitForMultipleObjects(2, both, FALSE, ms);
+                if (result == WAIT_OBJECT_0 + 1)
+                    return result;
+                taken += result == WAIT_OBJECT_0 ? 1 : 0;
+            }
+        });
+    int released = 0;
+    for (int round = 0; round < 6000 / kScale; ++round) {
+        ReleaseSemaphore(work, 1 + round % 3, nullptr);
+        released += 1 + round % 3;
+    }
+    while (taken < released)
+        usleep(500);
+    SetEvent(stop);
+    for (Sleeper& worker : workers)
+        EXPECT_EQ(worker.result(), WAIT_OBJECT_0 + 1);
+    EXPECT_EQ(taken, released);
+}
+
 TEST(Stress, ObjectsClosedWhileOthersWait) {
     for (int round = 0; round < 150 / kScale; ++round) {
         const Handle stop(make_event(true));

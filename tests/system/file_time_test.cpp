@@ -1,5 +1,6 @@
-// FILETIME, SYSTEMTIME, time_t and OLE dates, over the whole range of time_t.
-#include "tests/system/zones.h"
+// FILETIME, SYSTEMTIME, time_t and OLE dates, against a calendar of the tests' own and over the whole range
+// of time_t.
+#include "tests/system/calendar_model.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -15,50 +16,67 @@ double ole_date(Seconds seconds) {
     return static_cast<double>(seconds) / 86400.0 + 25569.0;
 }
 
-TEST(FileTime, AMomentIsTheSameInEveryForm) {
-    const struct {
-        SYSTEMTIME parts;
-        WORD day_of_year;
-        Seconds seconds;
-    } cases[] = {
+bool fits_time_t(Seconds seconds) {
+    return kWide || static_cast<std::int32_t>(seconds) == seconds;
+}
+
+void expect_file_time(const Moment& moment) {
+    const Seconds seconds = moment.seconds;
+    const bool fits = fits_time_t(seconds);
+    const ULONGLONG exact = ticks(seconds) + moment.parts.wMilliseconds * 10000u;
+    const FILETIME file = file_time(exact + 9999); // below a millisecond: dropped
+    SYSTEMTIME parts = {};
+    FILETIME back = {}, local = {}, standard = {};
+    LARGE_INTEGER unsigned_seconds = {};
+    // Cut to 32 bits on every target.
+    EXPECT_EQ(FileTimeToTimeT(file.dwLowDateTime, file.dwHighDateTime), static_cast<std::int32_t>(seconds));
+    RtlSecondsSince1970ToTime(static_cast<DWORD>(seconds), &unsigned_seconds);
+    EXPECT_EQ(unsigned_seconds.QuadPart, static_cast<LONGLONG>(ticks(static_cast<DWORD>(seconds))));
+    EXPECT_EQ(FileTimeToSystemTime(&file, &parts), fits) << seconds;
+    EXPECT_TRUE(!fits || same(parts, moment.parts)) << seconds;
+    EXPECT_EQ(FileTimeToLocalFileTime(&file, &local), fits);
+    EXPECT_EQ(ticks(local), fits ? ticks(seconds) : 0);
+    EXPECT_EQ(LocalFileTimeToFileTime(&file, &standard), fits && seconds != -1);
+    EXPECT_EQ(ticks(standard), fits && seconds != -1 ? ticks(seconds) : 0);
+    EXPECT_EQ(SystemTimeToFileTime(&moment.parts, &back), fits);
+    EXPECT_EQ(ticks(back), fits ? exact : 0);
+    if (fits) {
+        EXPECT_EQ(TimeTToFileTime(&back, static_cast<time_t>(seconds)), &back);
+        EXPECT_EQ(ticks(back), ticks(seconds));
+    }
+}
+
+void expect_ole_date(const Moment& moment) {
+    UDATE date = {}, expected = {moment.parts, moment.day_of_year};
+    ++expected.st.wDayOfWeek; // Sunday is 1
+    expected.st.wMilliseconds = 0;
+    const bool fits = fits_time_t(moment.seconds);
+    // A date before 1970 is cut towards it: half a second up, and the fraction then dropped.
+    const double given = ole_date(moment.seconds < 0 ? moment.seconds - 1 : moment.seconds);
+    EXPECT_EQ(VarUdateFromDate(given, 0, &date), fits ? 0 : kFailed);
+    EXPECT_TRUE(!fits || memcmp(&date, &expected, sizeof date) == 0) << moment.seconds;
+}
+
+TEST(FileTime, AnyMomentIsTheSameInEveryForm) {
+    enter_zone("UTC0");
+    std::mt19937_64 random(1601);
+    for (int round = 0; round < 4000 && !HasFailure(); ++round) {
+        expect_file_time(random_moment(random, 1601, 30000));
+        expect_ole_date(random_moment(random, 101, 9998));
+    }
+}
+
+TEST(FileTime, MomentsAtTheEdgesAreTheSameInEveryForm) {
+    const Moment moments[] = {
         {{1601, 1, 1, 1, 0, 0, 0, 999}, 0, -11644473600},    {{1902, 3, 6, 1, 0, 0, 0, 7}, 59, -2140819200},
         {{1969, 12, 3, 31, 23, 59, 59, 999}, 364, -1},       {{2000, 2, 2, 29, 23, 59, 59, 0}, 59, 951868799},
         {{2037, 12, 4, 31, 12, 0, 0, 123}, 364, 2145873600}, {{2040, 2, 3, 29, 0, 0, 0, 1}, 59, 2214086400},
         {{9998, 12, 4, 31, 1, 2, 3, 4}, 364, 253370682123},
     };
     enter_zone("UTC0");
-    for (const auto& c : cases) {
-        const Seconds seconds = c.seconds;
-        const ULONGLONG exact = ticks(seconds) + c.parts.wMilliseconds * 10000u;
-        const FILETIME file = file_time(exact + 9999); // below a millisecond: dropped
-        SYSTEMTIME parts = {};
-        FILETIME back = {}, local = {}, standard = {};
-        LARGE_INTEGER unsigned_seconds = {};
-        UDATE date = {}, expected = {c.parts, c.day_of_year};
-        // Cut to 32 bits on every target.
-        EXPECT_EQ(FileTimeToTimeT(file.dwLowDateTime, file.dwHighDateTime),
-                  static_cast<std::int32_t>(seconds));
-        RtlSecondsSince1970ToTime(static_cast<DWORD>(seconds), &unsigned_seconds);
-        EXPECT_EQ(unsigned_seconds.QuadPart, static_cast<LONGLONG>(ticks(static_cast<DWORD>(seconds))));
-        const bool fits = kWide || static_cast<std::int32_t>(seconds) == seconds;
-        EXPECT_EQ(FileTimeToSystemTime(&file, &parts), fits) << seconds;
-        // A date before 1970 is cut towards it: half a second up, and the fraction then dropped.
-        EXPECT_EQ(VarUdateFromDate(ole_date(seconds < 0 ? seconds - 1 : seconds), 0, &date),
-                  fits ? 0 : kFailed);
-        EXPECT_EQ(FileTimeToLocalFileTime(&file, &local), fits);
-        EXPECT_EQ(ticks(local), fits ? ticks(seconds) : 0);
-        EXPECT_EQ(LocalFileTimeToFileTime(&file, &standard), fits && seconds != -1);
-        EXPECT_EQ(ticks(standard), fits && seconds != -1 ? ticks(seconds) : 0);
-        EXPECT_EQ(SystemTimeToFileTime(&c.parts, &back), fits);
-        EXPECT_EQ(ticks(back), fits ? exact : 0);
-        if (!fits)
-            continue;
-        EXPECT_TRUE(same(parts, c.parts)) << seconds;
-        ++expected.st.wDayOfWeek; // Sunday is 1
-        expected.st.wMilliseconds = 0;
-        EXPECT_EQ(memcmp(&date, &expected, sizeof date), 0) << seconds;
-        EXPECT_EQ(TimeTToFileTime(&back, static_cast<time_t>(seconds)), &back);
-        EXPECT_EQ(ticks(back), ticks(seconds));
+    for (const Moment& moment : moments) {
+        expect_file_time(moment);
+        expect_ole_date(moment);
     }
     const SYSTEMTIME unchecked = {2026, 0, 0, 1, 25, 61, 61, 65535}; // carry over
     FILETIME file = {};

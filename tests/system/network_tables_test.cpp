@@ -3,7 +3,10 @@
 #include "system/network.h"
 
 #include <gtest/gtest.h>
+#include <ifaddrs.h>
 #include <net/if.h>
+#include <set>
+#include <tuple>
 
 namespace {
 
@@ -105,7 +108,30 @@ std::string list(const IP_ADDR_STRING* entry) {
     return result;
 }
 
+// An address with its interface and its mask.
+using Row = std::tuple<DWORD, DWORD, DWORD>;
+
+std::multiset<Row> rows_of_the_c_library() {
+    const auto number = [](const sockaddr* address) {
+        return reinterpret_cast<const sockaddr_in*>(address)->sin_addr.s_addr;
+    };
+    std::multiset<Row> rows;
+    ifaddrs* first = nullptr;
+    EXPECT_EQ(getifaddrs(&first), 0);
+    for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next)
+        if (entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET)
+            rows.emplace(if_nametoindex(entry->ifa_name), number(entry->ifa_addr),
+                         number(entry->ifa_netmask));
+    freeifaddrs(first);
+    return rows;
+}
+
 TEST(NetworkTables, TellWhatTheKernelOfThisMachineSays) {
+    const auto* table = first_of<MIB_IPADDRTABLE>(kTableCalls[0], {});
+    std::multiset<Row> rows;
+    for (DWORD i = 0; i < table->dwNumEntries; ++i)
+        rows.emplace(table->table[i].dwIndex, table->table[i].dwAddr, table->table[i].dwMask);
+    EXPECT_EQ(rows, rows_of_the_c_library());
     const auto* loopback = first_of<IP_ADAPTER_ADDRESSES>(kTableCalls[2], {});
     EXPECT_EQ(loopback->IfIndex, if_nametoindex("lo"));
     EXPECT_NE(list(loopback->FirstUnicastAddress).find(" 127.0.0.1"), std::string::npos);

@@ -1,40 +1,55 @@
+#include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <kalto/text.h>
 #include <string>
+#include <vector>
 
 namespace {
 
-// What a call prints, or its result when that is not the length of it.
-template <typename Char, typename... Arguments>
-std::basic_string<Char> printed(int (*print)(Char*, const Char*, ...), const Char* format,
-                                Arguments... arguments) {
-    Char buffer[256];
-    const int result = print(buffer, format, arguments...);
-    const std::basic_string<Char> text = buffer;
-    return static_cast<size_t>(result) == text.size() ? text : std::basic_string<Char>(1, '!');
+std::string narrow(const char* format, ...) {
+    char buffer[256];
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = vsmyprintf(buffer, format, arguments);
+    va_end(arguments);
+    return result == static_cast<int>(strlen(buffer)) ? buffer : "result " + std::to_string(result);
+}
+
+std::wstring wide(const wchar_t* format, ...) {
+    wchar_t buffer[256];
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = wvsprintf(buffer, format, arguments);
+    va_end(arguments);
+    return result == static_cast<int>(wcslen(buffer)) ? buffer : L"result " + std::to_wstring(result);
 }
 
 TEST(Format, NarrowTakesNarrowTextInBothCases) {
-    const auto narrow = [](auto... arguments) { return printed<char>(_sprintf, arguments...); };
-    EXPECT_EQ(narrow("%s|%S|%c|%C", "abc", "def", 'x', 0xe4), "abc|def|x|\xe4"); // whatever the locale
+    EXPECT_EQ(narrow("%s|%S|%c|%C", "abc", "def", 'x', 'y'), "abc|def|x|y");
+    EXPECT_EQ(narrow("%C", 0xe4), "\xe4"); // any byte, whatever the locale
     EXPECT_EQ(narrow("%-6S|%6.2S|%*S|%-0+ #C", "abc", "defg", 5, "h", 'i'), "abc   |    de|    h|i");
     EXPECT_EQ(narrow("%ls|%lc|%lS|%hs", L"wide", L'w', L"Wide", "n"), "wide|w|Wide|n");
-    EXPECT_EQ(narrow("%18s|%8S|%.8S|%8C", "abc", L"abc", L"defghijklm", L'x'),
-              "               abc|     abc|defghijk|       x"); // the 8 hides the S
-    EXPECT_EQ(narrow("%%S %%|%d%%|%5d|%lld|%x|%.3f", 1, 2, 5LL, 255u, 0.5), "%S %|1%|    2|5|ff|0.500");
+    EXPECT_EQ(narrow("%8s|%18s", "abc", "def"), "     abc|               def");
+    EXPECT_EQ(narrow("%8S|%.8S", L"abc", L"defghijklm"), "     abc|defghijk"); // the 8 hides the S
+    EXPECT_EQ(narrow("%8C", L'x'), "       x");
+    EXPECT_EQ(narrow("%%S %%|%d%%|%5d|%-5d|%05d|%lld|%x|%.3f", 1, 2, 3, -4, 5LL, 255u, 0.5),
+              "%S %|1%|    2|3    |-0004|5|ff|0.500");
 }
 
 TEST(Format, WideTakesTextOfItsOwnWidthInLowerCase) {
-    const auto wide = [](auto... arguments) { return printed<wchar_t>(wsprintf, arguments...); };
-    EXPECT_EQ(wide(L"%s|%S|%c|%C", L"abc", "def", 0xe4, 'y'), L"abc|def|\xe4|y");
-    EXPECT_EQ(wide(L"%-6s|%6.2s|%*s|%7S|%7C", L"abc", L"defg", 5, L"h", "seven", 'h'),
-              L"abc   |    de|    h|  seven|      h");
+    EXPECT_EQ(wide(L"%s|%S|%c|%C", L"abc", "def", L'x', 'y'), L"abc|def|x|y");
+    EXPECT_EQ(wide(L"%-6s|%6.2s|%*s|%7s", L"abc", L"defg", 5, L"h", L"seven"),
+              L"abc   |    de|    h|  seven");
+    EXPECT_EQ(wide(L"%-6S|%6.2S|%7C", "abc", "defg", 'h'), L"abc   |    de|      h");
     EXPECT_NE(wide(L"%C", 0xe4), L"\xe4"); // a byte, not the wide character of that number
     EXPECT_EQ(wide(L"%ls|%lc|%hs|%lS", L"wide", L'w', "n", L"Wide"), L"wide|w|n|Wide");
-    EXPECT_EQ(wide(L"%18s|%.8s|%8S|%8c", "abc", "def", L"abc", 'x'),
-              L"               abc|def|     abc|       x"); // the 8 hides the s
-    EXPECT_EQ(wide(L"%%s %%|%d%%|%5d|%lld|%X", 1, 2, 5LL, 255u), L"%s %|1%|    2|5|FF");
+    EXPECT_EQ(wide(L"%8s|%18s|%.8s", "abc", "def", "ghi"),
+              L"     abc|               def|ghi"); // the 8 hides the s
+    EXPECT_EQ(wide(L"%8S|%8c", L"abc", 'x'), L"     abc|       x");
+    EXPECT_EQ(wide(L"%%s %%|%d%%|%5d|%-5d|%05d|%lld|%X", 1, 2, 3, -4, 5LL, 255u),
+              L"%s %|1%|    2|3    |-0004|5|FF");
 }
 
 int bounded(char* buffer, size_t size, const char* format, ...) {
@@ -56,12 +71,25 @@ TEST(Format, BoundsAreThoseOfTheCLibrary) {
         EXPECT_EQ(std::wstring(w, fits.size()), std::wstring(fits.begin(), fits.end()));
         EXPECT_EQ(n[6] + w[6], 2 * '#');
     }
+    char n[8];
+    WCHAR w[8];
+    EXPECT_EQ(_sprintf(n, "%S-%d", "a", 7) + wsprintf(w, L"%s-%S-%d", L"a", "b", 7), 8);
+    EXPECT_STREQ(n, "a-7");
+    EXPECT_STREQ(w, L"a-b-7");
 }
 
 TEST(Format, APercentSignAtTheEndIsPassedOnUnchanged) {
-    WCHAR text[64] = L"";
-    for (const WCHAR* format : {L"%", L"ab%", L"ab%-0", L"%%%", L"%d%", L"%9"})
-        EXPECT_EQ(wsnprintf(text, 64, std::wstring(format).c_str(), 5), -1) << format;
+    for (const char* text : {"%", "ab%", "ab%-0", "%%%", "%d%", "%9"}) {
+        const std::vector<wchar_t> wide_format(text, text + strlen(text) + 1);
+        WCHAR w[64] = L"";
+        EXPECT_EQ(wsnprintf(w, 64, wide_format.data(), 5), -1) << text;
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+        char n[64] = "";
+        char expected[64] = "";
+        EXPECT_EQ(bounded(n, 64, text, 5), snprintf(expected, 64, text, 5)) << text;
+        EXPECT_STREQ(n, expected);
+#endif
+    }
 }
 
 } // namespace
