@@ -13,7 +13,7 @@
 Faults g_faults;
 
 void inject(Fault fault, int at, int error) {
-    g_faults = {true, fault, error, at, 0, ""};
+    g_faults = {true, fault, error, at, 0, "", ""};
 }
 
 bool heal() {
@@ -32,6 +32,8 @@ bool hit(const char* name, Call call, bool waits = true) {
     if (call == Call::writes)
         g_faults.writes.append(name).append(" ");
     const bool now = ++g_faults.count == g_faults.at;
+    if (now && call == Call::writes)
+        g_faults.hit = g_faults.writes;
     if (now && g_faults.fault == Fault::kill)
         raise(SIGKILL);
     if (now && g_faults.fault == Fault::cancel)

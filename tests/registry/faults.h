@@ -21,6 +21,7 @@ struct Faults {
     int at;             // the number of the call that is hit, from 1
     int count;          // calls so far
     std::string writes; // the names of those that write, a blank behind each
+    std::string hit;    // the same up to the one that was hit, if that writes
 };
 extern Faults g_faults;
 
